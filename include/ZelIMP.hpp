@@ -1,0 +1,146 @@
+// ZelIMP, the checked interface. C++20.
+//
+// The same services as the flat interface, for bytes that nobody has looked at yet: input is a span, every offset,
+// count and size in it is verified against the span before a byte is used, output is a vector, and what goes wrong is
+// an Error with a sentence. No global is read or written, input is never changed, so calls may overlap freely in any
+// number of threads.
+//
+//   zelimp::process_scan(zelimp::descramble(raw, {.lag = 8}), {.side = zelimp::Side::front})
+//
+// Besides Error, every function may throw std::bad_alloc.
+#ifndef ZELIMP_HPP
+#define ZELIMP_HPP
+
+#include <ZelIMP/export.h>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace zelimp {
+
+// Why a call was refused. The first values are the status codes of the flat interface.
+enum class Status {
+  not_loaded = 1,      // not a scanner TIFF, or its bytes contradict each other
+  unsupported = 2,     // neither 8-bit grey nor 24-bit colour, or not uncompressed
+  no_such_format = 3,  // output format not available for this kind of input
+  bad_argument = 16,   // an option is out of its range
+  over_limit = 17,     // larger than the Limits of the call
+};
+
+class ZELIMP_API Error : public std::runtime_error {
+ public:
+  // sentence: what is wrong. offset, tag: where in the input, for those who want to look; what() names them too.
+  Error(Status status, const std::string& sentence, std::optional<std::uint64_t> offset = {},
+        std::optional<std::uint16_t> tag = {});
+  Status status() const noexcept { return status_; }
+  std::optional<std::uint64_t> offset() const noexcept { return offset_; }
+  std::optional<std::uint16_t> tag() const noexcept { return tag_; }
+
+ private:
+  Status status_;
+  std::optional<std::uint64_t> offset_;
+  std::optional<std::uint16_t> tag_;
+};
+
+// What a call accepts at most. Working memory is below 8 times the pixel bytes.
+struct Limits {
+  std::uint64_t max_bytes = std::uint64_t{1} << 30;   // of the input file
+  std::uint64_t max_pixels = std::uint64_t{1} << 28;  // width * height
+  std::uint32_t max_tags = 1024;                      // directory entries
+};
+
+// One directory entry. value: its bytes as they stand in the file, empty for an unknown type; little-endian.
+struct Tag {
+  std::uint16_t id = 0;
+  std::uint16_t type = 0;  // TIFF field type, 1 to 12 are known
+  std::uint32_t count = 0;
+  std::uint64_t offset = 0;  // of value in the file
+  std::span<const std::byte> value;
+};
+
+// Facts of a TIFF and views of its bytes, which must outlive them.
+struct Scan {
+  std::uint32_t width = 0;      // pixels
+  std::uint32_t height = 0;     // rows
+  std::uint32_t bit_depth = 0;  // bits a pixel: 8 grey, 24 colour
+  std::uint16_t compression = 0;
+  std::uint16_t photometric = 0;
+  double x_resolution = 0;  // whole dots per inch
+  double y_resolution = 0;
+  std::string make, model, description, software;  // cut at 80 bytes and at the first NUL
+  bool from_device = false;                        // its Make value is the device's
+  std::vector<Tag> tags;                           // in file order
+  std::span<const std::byte> pixels;               // rows top to bottom, no padding; empty when there is an obstacle
+  std::optional<Error> obstacle;                   // why descramble and process_scan would refuse it
+};
+
+// Reads the facts of a little-endian TIFF that is wholly in memory, the device's or not: whatever keeps the library
+// from processing it is told in obstacle. Throws only when header, directory or a value lies outside the bytes
+// (not_loaded) or a limit is exceeded.
+ZELIMP_API Scan inspect(std::span<const std::byte> tiff, const Limits& limits = {});
+
+// inspect, and throws the obstacle when there is one.
+ZELIMP_API Scan read_scan(std::span<const std::byte> tiff, const Limits& limits = {});
+
+struct DescrambleOptions {
+  std::uint32_t lag = 0;    // lines by which channel B follows channel A, up to the rows (halving: half of them)
+  bool swap_sides = true;   // SWAP_SIDES of the flat interface, which explains both
+  bool tarsis_7200 = true;  // Tarsis_7200
+  int halve = 0;            // grey only: 0 all raw lines, 1 odd lines, others even lines
+  // Reference levels, one entry per table index (see <ZelIMP/descramble.h>): width entries, in colour with swap_sides
+  // false rows * (width / 2) where that is more. Both empty: no correction. white of a colour scan holds the tables of
+  // plane 1, 2 and 3 one after the other.
+  std::span<const std::uint16_t> white;
+  std::span<const std::uint16_t> black;
+};
+
+// Reorders a raw read-out into image rows and corrects its samples. Returns the scan as a TIFF with all tags of the
+// input and rows - lag rows (halving: (rows - 2 * lag) / 2). Colour goes the calibrated way also without tables, so
+// that the planes of both channels end in the same order with the default flags.
+ZELIMP_API std::vector<std::byte> descramble(std::span<const std::byte> tiff, const DescrambleOptions& options = {},
+                                             const Limits& limits = {});
+
+enum class Format {
+  group4,   // bi-level TIFF, ITU-T T.6; grey scans
+  one_bit,  // bi-level TIFF, 1 bit a pixel; grey scans
+  tiff,     // uncompressed TIFF as the scan came
+  bitmap,   // 8-bit Windows bitmap; grey scans
+};
+enum class Side {
+  both,        // the whole image
+  front,       // its left half
+  rear,        // its right half
+  flip_front,  // the whole image, left half turned by 180 degrees
+};
+enum class Rotation { none, clockwise, counter_clockwise };  // quarter turns
+
+struct ProcessOptions {
+  Format format = Format::group4;
+  Side side = Side::both;
+  Rotation rotation = Rotation::none;
+  std::optional<int> threshold;  // bi-level formats: black below this grey level (0 to 256); none: adaptive
+};
+
+// What process_scan made.
+struct ProcessReport {
+  std::uint32_t width = 0;  // of the result, pixels
+  std::uint32_t height = 0;
+  std::uint32_t bit_depth = 0;
+  std::optional<double> black_share;  // bi-level formats: black pixels / pixels
+};
+
+// Turns a descrambled two-faced scan into a document image: side, quarter turn, threshold and noise filter, file.
+// Returns the whole file and fills report unless it is null.
+ZELIMP_API std::vector<std::byte> process_scan(std::span<const std::byte> tiff, const ProcessOptions& options = {},
+                                               ProcessReport* report = nullptr, const Limits& limits = {});
+
+// "major.minor.patch" of the library that is loaded.
+ZELIMP_API const char* version() noexcept;
+
+}  // namespace zelimp
+
+#endif

@@ -1,0 +1,90 @@
+// The steps of the scan pipeline, shared by the flat entry point and the checked interface.
+#pragma once
+
+#include <ZelIMP/CropParam.h>
+#include <ZelIMP/TiffImage.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "base/image_view.hpp"
+#include "kernels/box_threshold.hpp"
+
+namespace zel {
+
+// Outcome of a processing step; status_code gives the number that the flat interface returns.
+enum class Outcome { ok, not_loaded, unsupported, no_such_format };
+unsigned int status_code(Outcome outcome);
+
+// Kind of a loaded image. supported_kind: 8-bit grey or 24-bit colour, uncompressed.
+enum class Kind { grey, colour };
+std::optional<Kind> supported_kind(const TiffImage& image);
+inline unsigned int samples_of(Kind kind) { return kind == Kind::grey ? 1 : 3; }
+
+// Whether the image has pixels, all of them inside its strip.
+bool has_whole_strip(const TiffImage& image, Kind kind);
+
+// The numbers are those of ZelIMPImageProc.
+enum PipelineFormat {
+  kFormatGreyTiff = -1,  // any number without a meaning of its own
+  kFormatGroup4 = 0,
+  kFormatColourTiff = 2,
+  kFormatGreyJpegTiff = 3,
+  kFormatColourJpegTiff = 4,
+  kFormatGreyJfif = 7,
+  kFormatColourJfif = 8,
+  kFormatOneBit = 9,
+  kFormatBitmap = 10,
+};
+enum PipelineSide { kRightHalf = 1, kLeftHalf = 2, kFlipLeftHalf = 7 };
+enum PipelineRotation { kCounterClockwise = 1, kClockwise = 2 };
+
+// Arguments of ZelIMPImageProc, and the state it shares with later calls.
+struct PipelineRequest {
+  int format = 0;
+  int side = 0;
+  int crop = 0;
+  int rotation = 0;
+  int threshold_mode = 0;
+  int level = 0;
+  kern::RowSums row_sums;             // empty: none shared
+  CROP_PARAM* crop_params = nullptr;  // set by whoever runs it
+  bool turn_pixels_in_place = true;   // whether turning one face may change the loaded pixels themselves
+};
+
+bool has_format(Kind kind, int format);
+
+// The image on its way through the pipeline, with the buffers that the steps have written. What goes in is a loaded
+// image with a whole strip, and a request whose format its kind has.
+class PipelineRun {
+ public:
+  PipelineRun(TiffImage& image, Kind kind, const PipelineRequest& request)
+      : image_(image), kind_(kind), request_(request) {}
+
+  // All steps up to the image that is to be written.
+  void run();
+
+  // Pixels of the bi-level image before coding; empty unless the format is bi-level.
+  ConstView bilevel() const { return bilevel_; }
+
+ private:
+  void select_side();
+  void rotate();
+  void reduce_and_code();
+  unsigned char* new_pixels(std::size_t bytes);
+
+  TiffImage& image_;
+  Kind kind_;
+  const PipelineRequest& request_;
+  std::unique_ptr<unsigned char[]> pixels_;    // what image_ shows, once a step has made it
+  std::unique_ptr<unsigned char[]> previous_;  // what it showed before, still the source of the step that runs
+  std::unique_ptr<unsigned char[]> coded_;
+  ConstView bilevel_;
+};
+
+// Bytes of the result, and the result.
+std::uint64_t output_bytes(const TiffImage& image, Kind kind, int format);
+void write_output(TiffImage& image, Kind kind, int format, unsigned char* output, unsigned int* output_size);
+
+}  // namespace zel

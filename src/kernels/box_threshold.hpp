@@ -1,0 +1,37 @@
+// Mean-window threshold of an 8-bit image, with the pairing and the excess of the scanner's bi-level images.
+//
+//   src, dst   same size, any stride, must not overlap
+//   sums       two rows of src.width() window sums; on return even and odd hold the sums of the last row with an even
+//              and an odd number (odd stays as it was when there is one row only)
+//   window     side of the square window in pixels, 1 to 46340; columns and rows beyond the image are left out
+//   percent    share of the mean that a pixel must reach to be white
+//
+// With S the window sum at a position: white (255) when pixel * 100 >= S / (window * window) * percent, the quotient
+// toward zero, all in signed 32 bits with wrap-around; else black (0).
+//
+// Exact. Cost: independent of window, about four reads and two writes per pixel.
+// Method: S of the row above plus a running sum of entering minus leaving pixels; the decision is a comparison with a
+// limit per grey level where nothing can wrap.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "base/image_view.hpp"
+#include "base/variant.hpp"
+
+namespace zel::kern {
+
+struct RowSums {
+  std::span<std::int32_t> even;
+  std::span<std::int32_t> odd;
+};
+
+void box_threshold(ConstView src, MutableView dst, RowSums sums, int window, int percent);
+
+using BoxThresholdFn = decltype(box_threshold);
+BoxThresholdFn box_threshold_scalar;
+
+inline constexpr Variant<BoxThresholdFn> kBoxThreshold[] = {{"scalar", Isa::none, box_threshold_scalar}};
+
+}  // namespace zel::kern

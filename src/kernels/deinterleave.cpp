@@ -1,0 +1,69 @@
+#include "kernels/deinterleave.hpp"
+
+namespace zel::kern {
+namespace {
+
+// Every second sample of line, beginning with the first one; line holds two samples for each of dst.
+void pick_grey(const std::uint8_t* line, std::span<std::uint8_t> dst, bool mirror) {
+  const std::size_t n = dst.size();
+  if (mirror) {
+    for (std::size_t i = 0; i < n; ++i) dst[n - 1 - i] = line[2 * i];
+  } else {
+    for (std::size_t i = 0; i < n; ++i) dst[i] = line[2 * i];
+  }
+}
+
+struct Planes {
+  const std::uint8_t* first;
+  const std::uint8_t* second;
+  const std::uint8_t* third;
+};
+
+Planes planes(const std::uint8_t* line, std::size_t width, std::size_t channel, PlaneOrder order) {
+  const std::uint8_t* const p = line + channel;
+  if (order == PlaneOrder::forward) return {p, p + width, p + 2 * width};
+  return {p + 2 * width, p + width, p};
+}
+
+void pick_colour(const Planes& from, std::span<std::uint8_t> dst, bool mirror) {
+  const std::size_t n = dst.size() / 3;
+  for (std::size_t i = 0; i < n; ++i) {
+    std::uint8_t* const pixel = dst.data() + 3 * (mirror ? n - 1 - i : i);
+    pixel[0] = from.first[2 * i];
+    pixel[1] = from.second[2 * i];
+    pixel[2] = from.third[2 * i];
+  }
+}
+
+}  // namespace
+
+void deinterleave_grey_scalar(ConstView raw, MutableView a, MutableView b, std::size_t lag, bool mirror_a) {
+  for (std::size_t r = 0; r < a.height(); ++r) {
+    pick_grey(raw.row_ptr(r), a.row(r), mirror_a);
+    if (r < b.height()) pick_grey(raw.row_ptr(r + lag) + 1, b.row(r), false);
+  }
+  for (std::size_t r = a.height(); r < b.height(); ++r) pick_grey(raw.row_ptr(r + lag) + 1, b.row(r), false);
+}
+
+void deinterleave_colour_scalar(ConstView raw, MutableView a, MutableView b, std::size_t lag, bool mirror_a,
+                                PlaneOrder order_a) {
+  const std::size_t width = raw.width() / 3;
+  for (std::size_t r = 0; r < a.height(); ++r) {
+    pick_colour(planes(raw.row_ptr(r), width, 0, order_a), a.row(r), mirror_a);
+    if (r < b.height()) pick_colour(planes(raw.row_ptr(r + lag), width, 1, PlaneOrder::forward), b.row(r), false);
+  }
+  for (std::size_t r = a.height(); r < b.height(); ++r) {
+    pick_colour(planes(raw.row_ptr(r + lag), width, 1, PlaneOrder::forward), b.row(r), false);
+  }
+}
+
+void deinterleave_grey(ConstView raw, MutableView a, MutableView b, std::size_t lag, bool mirror_a) {
+  deinterleave_grey_scalar(raw, a, b, lag, mirror_a);
+}
+
+void deinterleave_colour(ConstView raw, MutableView a, MutableView b, std::size_t lag, bool mirror_a,
+                         PlaneOrder order_a) {
+  deinterleave_colour_scalar(raw, a, b, lag, mirror_a, order_a);
+}
+
+}  // namespace zel::kern

@@ -1,0 +1,27 @@
+// Whitens isolated black pixels, in place and in raster order, so that a pixel already whitened counts as white.
+//
+//   image      any stride, any byte values; only pixels of value 0 are looked at
+//   min_count  a black pixel stays when (n - min_count) * 255 > s, n and s being the number and the sum of the pixels
+//   of
+//              its 3 x 3 block clipped to the image, in signed 32 bits with wrap-around: in a 0/255 image, when more
+//              than min_count pixels of the block, itself included, are black
+//
+// Exact. Cost: one read per pixel, eight more per black pixel.
+#pragma once
+
+#include "base/image_view.hpp"
+#include "base/variant.hpp"
+
+namespace zel::kern {
+
+// Whether the pixel at (row, col), if it is black, stays.
+bool has_neighbours(ConstView image, int min_count, std::size_t row, std::size_t col);
+
+void isolated_pixels(MutableView image, int min_count);
+
+using IsolatedPixelsFn = decltype(isolated_pixels);
+IsolatedPixelsFn isolated_pixels_scalar;
+
+inline constexpr Variant<IsolatedPixelsFn> kIsolatedPixels[] = {{"scalar", Isa::none, isolated_pixels_scalar}};
+
+}  // namespace zel::kern

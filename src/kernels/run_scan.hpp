@@ -1,0 +1,29 @@
+// Positions where the bytes of a row change.
+//
+//   row      the pixels; the one before the first counts as 255
+//   changes  room for row.size() + kSentinels positions; gets, in ascending order, every c with row[c] != row[c - 1],
+//            then kSentinels times row.size()
+//   returns  the number of changes, without the sentinels
+//
+// Exact. Cost: one read per pixel, one write per change.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "base/variant.hpp"
+
+namespace zel::kern {
+
+// A coder looks this far past the last change it has used.
+inline constexpr std::size_t kSentinels = 4;
+
+std::size_t run_scan(std::span<const std::uint8_t> row, std::span<std::int32_t> changes);
+
+using RunScanFn = decltype(run_scan);
+RunScanFn run_scan_scalar;
+
+inline constexpr Variant<RunScanFn> kRunScan[] = {{"scalar", Isa::none, run_scan_scalar}};
+
+}  // namespace zel::kern

@@ -94,8 +94,8 @@ struct DescrambleOptions {
   // Reference levels, one entry per table index (see <ZelIMP/descramble.h>): width entries, in colour with swap_sides
   // false rows * (width / 2) where that is more. Both empty: no correction. white of a colour scan holds the tables of
   // plane 1, 2 and 3 one after the other.
-  std::span<const std::uint16_t> white;
-  std::span<const std::uint16_t> black;
+  std::span<const std::uint16_t> white = {};
+  std::span<const std::uint16_t> black = {};
 };
 
 // Reorders a raw read-out into image rows and corrects its samples. Returns the scan as a TIFF with all tags of the
@@ -122,7 +122,7 @@ struct ProcessOptions {
   Format format = Format::group4;
   Side side = Side::both;
   Rotation rotation = Rotation::none;
-  std::optional<int> threshold;  // bi-level formats: black below this grey level (0 to 256); none: adaptive
+  std::optional<int> threshold = {};  // bi-level formats: black below this grey level (0 to 256); none: adaptive
 };
 
 // What process_scan made.
@@ -130,7 +130,7 @@ struct ProcessReport {
   std::uint32_t width = 0;  // of the result, pixels
   std::uint32_t height = 0;
   std::uint32_t bit_depth = 0;
-  std::optional<double> black_share;  // bi-level formats: black pixels / pixels
+  std::optional<double> black_share = {};  // bi-level formats: black pixels / pixels
 };
 
 // Turns a descrambled two-faced scan into a document image: side, quarter turn, threshold and noise filter, file.

@@ -24,14 +24,6 @@ namespace {
 // Make values of the device, their NUL included: a value stored without it is another maker's.
 constexpr char kMakers[][25] = {"Varnoke Resources, Inc", "Varnoke Industries, Inc"};
 
-// Whether every StripOffsets and StripByteCounts tag stands for one value.
-bool has_one_strip(const TiffHeader& header) {
-  return std::all_of(header.tags.begin(), header.tags.end(), [](const TiffTag* tag) {
-    const bool places_strip = tag->tagID == zel::tags::kStripOffsets || tag->tagID == zel::tags::kStripByteCounts;
-    return !places_strip || tag->count == 1;
-  });
-}
-
 }  // namespace
 
 bool zel::has_known_maker(const TiffImage& image) {
@@ -42,6 +34,16 @@ bool zel::has_known_maker(const TiffImage& image) {
   return std::any_of(std::begin(kMakers), std::end(kMakers), [&](const char* maker) {
     const std::size_t size = std::strlen(maker) + 1;
     return static_cast<std::size_t>(len) >= size && std::memcmp(make, maker, size) == 0;
+  });
+}
+
+bool zel::has_one_strip(const TiffImage& image) {
+  if (image.stripByteCounts.size() != 1 || image.stripOffsets.size() != 1) return false;
+  if (image.header == nullptr) return true;
+  // A count of 2 and more may also give one value, two SHORTs in the entry itself.
+  return std::all_of(image.header->tags.begin(), image.header->tags.end(), [](const TiffTag* tag) {
+    const bool places_strip = tag->tagID == tags::kStripOffsets || tag->tagID == tags::kStripByteCounts;
+    return !places_strip || tag->count == 1;
   });
 }
 
@@ -118,8 +120,7 @@ void TiffImage::examineTiffTags() {
 }
 
 int TiffImage::loadImageData(unsigned char* file) {
-  if (stripByteCounts.size() != 1 || stripOffsets.size() != 1) return -1;
-  if (header != nullptr && !has_one_strip(*header)) return -1;
+  if (!zel::has_one_strip(*this)) return -1;
   imageSize = stripByteCounts[0];
   image = file + stripOffsets[0];
   return 0;

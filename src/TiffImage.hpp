@@ -26,6 +26,9 @@ inline ImageView<std::uint8_t> view_of(const TiffImage& image, std::size_t sampl
 // Whether the header's Make value is one of the device's, NUL included.
 bool has_known_maker(const TiffImage& image);
 
+// Whether the image data lies in one strip whose place and size the header tells.
+bool has_one_strip(const TiffImage& image);
+
 // Gives an image that was descrambled its new number of rows, here and in its header.
 void set_rows(TiffImage& image, unsigned int rows, unsigned int samples);
 

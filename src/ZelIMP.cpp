@@ -39,7 +39,7 @@ zel::Outcome load_scan(TiffImage& image, unsigned char* tiff, std::optional<zel:
   if (image.load(tiff) != 0) return zel::Outcome::not_loaded;
   kind = zel::supported_kind(image);
   if (!kind) return zel::Outcome::unsupported;
-  return zel::has_whole_strip(image, *kind) ? zel::Outcome::ok : zel::Outcome::not_loaded;
+  return zel::has_whole_strip(image, *kind, image.imageSize) ? zel::Outcome::ok : zel::Outcome::not_loaded;
 }
 
 }  // namespace

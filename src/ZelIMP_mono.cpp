@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 #include "ZelIMP_mono.hpp"
@@ -131,7 +132,10 @@ int getSquareValueFast(unsigned char* image, int width, int height, int row, int
 }
 
 unsigned int ZelIMPColorToGray(unsigned char* rgb, unsigned int width, unsigned int height, unsigned char* grey) {
-  const std::size_t pixels = zel::checked_mul(width, height);
-  zel::kern::rgb_to_grey({rgb, 3 * pixels}, {grey, pixels});
+  const std::uint64_t pixels = std::uint64_t{width} * height;
+  // No buffer is larger than half the address space.
+  if (pixels > std::numeric_limits<std::size_t>::max() / 6) return 0;
+  const auto n = static_cast<std::size_t>(pixels);
+  zel::kern::rgb_to_grey({rgb, 3 * n}, {grey, n});
   return 0;
 }

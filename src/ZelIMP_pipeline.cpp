@@ -53,9 +53,9 @@ std::optional<Kind> supported_kind(const TiffImage& image) {
   return std::nullopt;
 }
 
-bool has_whole_strip(const TiffImage& image, Kind kind) {
+bool has_whole_strip(const TiffImage& image, Kind kind, unsigned int strip_bytes) {
   const std::uint64_t pixels = std::uint64_t{image.width} * image.height;
-  return pixels != 0 && pixels <= image.imageSize / samples_of(kind);
+  return pixels != 0 && pixels <= strip_bytes / samples_of(kind);
 }
 
 bool has_format(Kind kind, int format) {

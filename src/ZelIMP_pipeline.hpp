@@ -22,8 +22,8 @@ enum class Kind { grey, colour };
 std::optional<Kind> supported_kind(const TiffImage& image);
 inline unsigned int samples_of(Kind kind) { return kind == Kind::grey ? 1 : 3; }
 
-// Whether the image has pixels, all of them inside its strip.
-bool has_whole_strip(const TiffImage& image, Kind kind);
+// Whether the image has pixels, all of them inside a strip of strip_bytes.
+bool has_whole_strip(const TiffImage& image, Kind kind, unsigned int strip_bytes);
 
 // The numbers are those of ZelIMPImageProc.
 enum PipelineFormat {

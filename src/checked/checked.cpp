@@ -3,10 +3,7 @@
 #include <ZelIMP.hpp>
 
 #include <algorithm>
-#include <array>
-#include <cstring>
-#include <limits>
-#include <utility>
+#include <new>
 
 #include "TiffImage.hpp"
 #include "ZelIMP_pipeline.hpp"
@@ -26,43 +23,50 @@ std::string with_place(const std::string& sentence, std::optional<std::uint64_t>
   return sentence + " (" + place + ")";
 }
 
-// Loads bytes whose structure has been verified. The image only reads them.
-int load(TiffImage& image, std::span<const std::byte> tiff) {
-  return image.load(const_cast<unsigned char*>(reinterpret_cast<const unsigned char*>(tiff.data())));
+// The image object takes its file without const, although it only reads it here.
+unsigned char* file_of(std::span<const std::byte> tiff) {
+  return const_cast<unsigned char*>(reinterpret_cast<const unsigned char*>(tiff.data()));
 }
 
-std::string text_of(const char* field) { return field; }
+// Loads a scan that has no obstacle, so that only memory can be missing.
+void load(TiffImage& image, std::span<const std::byte> tiff) {
+  if (image.load(file_of(tiff)) != 0) throw std::bad_alloc();
+}
 
-// Why the library would not process the image that has been loaded, as far as its facts tell.
-std::optional<Error> find_obstacle(const TiffImage& image, const Scan& scan, std::uint64_t file_bytes) {
-  const auto not_loaded = [](const std::string& sentence, std::optional<std::uint16_t> tag = {}) {
-    return Error(Status::not_loaded, sentence, {}, tag);
-  };
-  if (!scan.from_device) return not_loaded("the Make value is not the device's", zel::tags::kMake);
-  for (const std::uint16_t id : {zel::tags::kStripOffsets, zel::tags::kStripByteCounts}) {
-    const auto tag_count = std::count_if(scan.tags.begin(), scan.tags.end(), [id](const Tag& t) { return t.id == id; });
-    if (tag_count == 0) return not_loaded("the image data cannot be found without this tag", id);
+// Why the library would not process the image whose tags have been loaded.
+std::optional<Error> find_obstacle(const TiffImage& image, std::uint64_t file_bytes) {
+  using namespace zel::tags;
+  if (!zel::has_known_maker(image)) return Error(Status::not_loaded, "the Make value is not the device's", {}, kMake);
+  if (image.stripOffsets.empty() || image.stripByteCounts.empty()) {
+    return Error(Status::not_loaded, "the image data cannot be found without this tag", {},
+                 image.stripOffsets.empty() ? kStripOffsets : kStripByteCounts);
+  }
+  if (!zel::has_one_strip(image)) {
+    return Error(Status::not_loaded, "the image data is not in one strip", {}, kStripOffsets);
   }
   const std::optional<zel::Kind> kind = zel::supported_kind(image);
-  if (image.stripOffsets.size() != 1 || image.stripByteCounts.size() != 1 || image.image == nullptr) {
-    return not_loaded("the image data is not in exactly one strip", zel::tags::kStripOffsets);
-  }
   if (!kind) {
-    return Error(Status::unsupported, "the image has " + std::to_string(scan.bit_depth) +
-                                          " bits a pixel and compression " + std::to_string(scan.compression) +
+    return Error(Status::unsupported, "the image has " + std::to_string(image.bitDepth) +
+                                          " bits a pixel and compression " + std::to_string(image.compression) +
                                           "; supported are 8 and 24 bits without compression");
   }
-  if (scan.width == 0 || scan.height == 0) return not_loaded("the image has no width or no height");
-  if (!zel::has_whole_strip(image, *kind)) {
-    return not_loaded("the strip of " + std::to_string(image.imageSize) + " bytes is too short for " +
-                          std::to_string(scan.width) + " x " + std::to_string(scan.height) + " pixels",
-                      zel::tags::kStripByteCounts);
+  if (image.width == 0 || image.height == 0) {
+    return Error(Status::not_loaded, "the image has no width or no height", {},
+                 image.width == 0 ? kImageWidth : kImageLength);
   }
-  if (image.stripOffsets[0] > file_bytes || image.imageSize > file_bytes - image.stripOffsets[0]) {
+  const unsigned int strip_bytes = image.stripByteCounts[0];
+  const unsigned int strip_offset = image.stripOffsets[0];
+  if (!zel::has_whole_strip(image, *kind, strip_bytes)) {
     return Error(Status::not_loaded,
-                 "the strip of " + std::to_string(image.imageSize) + " bytes lies outside the file of " +
+                 "the strip of " + std::to_string(strip_bytes) + " bytes is too short for " +
+                     std::to_string(image.width) + " x " + std::to_string(image.height) + " pixels",
+                 {}, kStripByteCounts);
+  }
+  if (strip_offset > file_bytes || strip_bytes > file_bytes - strip_offset) {
+    return Error(Status::not_loaded,
+                 "the strip of " + std::to_string(strip_bytes) + " bytes lies outside the file of " +
                      std::to_string(file_bytes) + " bytes",
-                 image.stripOffsets[0], zel::tags::kStripOffsets);
+                 strip_offset, kStripOffsets);
   }
   return std::nullopt;
 }
@@ -170,7 +174,7 @@ Scan inspect(std::span<const std::byte> tiff, const Limits& limits) {
   Scan scan;
   scan.tags = detail::checked_tags(tiff, limits);
   zel::LocalImage image;
-  load(image, tiff);
+  image.loadTagsAndHeader(file_of(tiff));
   scan.width = image.width;
   scan.height = image.height;
   scan.bit_depth = image.bitDepth;
@@ -178,17 +182,17 @@ Scan inspect(std::span<const std::byte> tiff, const Limits& limits) {
   scan.photometric = image.photometric;
   scan.x_resolution = image.xResolution;
   scan.y_resolution = image.yResolution;
-  scan.make = text_of(image.makeString);
-  scan.model = text_of(image.modelString);
-  scan.description = text_of(image.descriptionString);
-  scan.software = text_of(image.softwareString);
+  scan.make = image.makeString;
+  scan.model = image.modelString;
+  scan.description = image.descriptionString;
+  scan.software = image.softwareString;
   scan.from_device = zel::has_known_maker(image);
   if (std::uint64_t{scan.width} * scan.height > limits.max_pixels) {
     throw Error(Status::over_limit, "the image has " + std::to_string(scan.width) + " x " +
                                         std::to_string(scan.height) + " pixels, more than the limit of " +
                                         std::to_string(limits.max_pixels));
   }
-  scan.obstacle = find_obstacle(image, scan, tiff.size());
+  scan.obstacle = find_obstacle(image, tiff.size());
   if (!scan.obstacle) {
     const std::size_t bytes = std::size_t{scan.width} * scan.height * zel::samples_of(kind_of(scan));
     scan.pixels = tiff.subspan(image.stripOffsets[0], bytes);

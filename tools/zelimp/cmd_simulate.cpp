@@ -1,0 +1,120 @@
+#include <memory>
+#include <optional>
+
+#include "commands.hpp"
+#include "device_model.hpp"
+#include "device_tiff.hpp"
+#include "exit_code.hpp"
+#include "io.hpp"
+#include "picture.hpp"
+
+namespace tool {
+namespace {
+
+struct Options {
+  std::string front, rear, output, white, black;
+  DeviceSettings settings;
+  std::optional<double> gain_percent;
+  std::optional<std::uint32_t> offset;
+  bool colour = false;
+  std::uint32_t dpi = 200;
+  DeviceTexts texts;
+  Common common;
+};
+
+void check(const Options& options) {
+  const DeviceSettings& settings = options.settings;
+  if (settings.swap_sides && !settings.model_7200) {
+    throw Failure(Exit::usage,
+                  "--model 0 with --swap-sides 1 loses channel A in the device itself: "
+                  "the left half of the page cannot be restored");
+  }
+  if (options.white.empty() != options.black.empty()) {
+    throw Failure(Exit::usage, "--white and --black go together");
+  }
+  if (settings.calibrated && options.colour && !settings.swap_sides) {
+    throw Failure(Exit::usage,
+                  "a colour read-out with --swap-sides 0 cannot have tables: "
+                  "their indices run on from line to line");
+  }
+  if (!settings.calibrated && (settings.gain_percent > 0 || settings.offset > 0)) {
+    throw Failure(Exit::usage, "--gain and --offset need --white and --black to be undone with");
+  }
+}
+
+void run(Options& options) {
+  constexpr double kUsualGainPercent = 10;
+  constexpr std::uint32_t kUsualOffset = 6;
+  DeviceSettings& settings = options.settings;
+  settings.calibrated = !options.white.empty();
+  settings.gain_percent = options.gain_percent.value_or(settings.calibrated ? kUsualGainPercent : 0);
+  settings.offset = options.offset.value_or(settings.calibrated ? kUsualOffset : 0);
+  check(options);
+  check_sources({options.front, options.rear});
+  check_targets({options.output, options.white, options.black}, options.common.force);
+
+  Progress progress(options.common.verbose);
+  const Picture front = read_picture(options.front, options.colour);
+  const Picture rear = read_picture(options.rear, options.colour);
+  progress.step("read faces of " + std::to_string(front.width) + " x " + std::to_string(front.height) + " and " +
+                std::to_string(rear.width) + " x " + std::to_string(rear.height) + " pixels");
+  const ReadOut result = read_out(front, rear, settings);
+  progress.step("simulated " + std::to_string(result.width) + " x " + std::to_string(result.rows) +
+                " pixels, bit depth " + std::to_string(8 * result.planes));
+  std::vector<Output> outputs;
+  outputs.push_back({options.output, device_tiff(result, options.dpi, options.texts)});
+  if (settings.calibrated) {
+    outputs.push_back({options.white, table_bytes(result.white)});
+    outputs.push_back({options.black, table_bytes(result.black)});
+  }
+  write_outputs(outputs, options.common.force);
+  for (const Output& output : outputs) {
+    progress.step("wrote " + output.path + ", " + std::to_string(output.bytes.size()) + " bytes");
+  }
+}
+
+}  // namespace
+
+void add_simulate(CLI::App& program) {
+  const auto options = std::make_shared<Options>();
+  DeviceSettings& settings = options->settings;
+  CLI::App& command = *program.add_subcommand("simulate", "Make the raw read-out that the device gives for two faces");
+  command.add_option("FRONT", options->front, "Picture of the front face: PNG, JPEG, TIFF or PNM, - standard input")
+      ->required();
+  command.add_option("REAR", options->rear, "Picture of the rear face")->required();
+  command.add_option("-o,--output", options->output, "Raw read-out to write, - standard output")->required();
+  command.add_flag("--colour", options->colour, "Three planes a line instead of grey");
+  command
+      .add_option("--skew", settings.skew_deg,
+                  "Degrees by which the sheet lies turned, clockwise seen from the front [0]")
+      ->check(between(-45, 45));
+  command.add_option("--margin", settings.margin, "Bed around each face, pixels [24]")->check(between(0, 10000));
+  command.add_option("--bed", settings.bed, "Grey level of the bed [12]")->check(between(0, 255));
+  command.add_option("--lag", settings.lag, "Lines by which channel B lags [0]")->check(between(0, 65535));
+  add_layout(command, settings.swap_sides, settings.model_7200);
+  command.add_option("--white", options->white, "White table to write; the read-out needs correction then");
+  command.add_option("--black", options->black, "Black table to write");
+  command.add_option("--gain", options->gain_percent, "Fluctuation of the white levels, percent [10 with tables]")
+      ->check(between(0.0, kMaxGainPercent));
+  command.add_option("--offset", options->offset, "Fluctuation of the black levels, grey levels [6 with tables]")
+      ->check(between(0u, kMaxOffset));
+  command.add_option("--noise", settings.noise, "Standard deviation of the noise, grey levels [0]")
+      ->check(between(0, 100));
+  command.add_option("--seed", settings.seed, "Start of the fluctuations and of the noise [1]")
+      ->check(between(0u, 4294967295u));
+  command.add_option("--dpi", options->dpi, "Resolution to state in the file [200]")->check(between(1, 65535));
+  command.add_option("--make", options->texts.make, "Make text, by which the device is known; empty: none");
+  command.add_option("--model-name", options->texts.model, "Model text");
+  command.add_option("--description", options->texts.description, "ImageDescription text");
+  command.add_option("--software", options->texts.software, "Software text");
+  add_common(command, options->common);
+  command.footer(
+      "Examples:\n"
+      "  zelimp simulate front.png rear.png -o raw.tif --lag 8\n"
+      "  zelimp simulate front.png rear.png -o raw.tif --colour --skew 1.5 --noise 2 --white w.u16 --black b.u16\n"
+      "Tables are 16-bit little-endian numbers: black one for each pixel of a line, white one for each sample of a\n"
+      "line, plane after plane. descramble with the same tables, lag and layout restores the page.");
+  command.callback([options] { run(*options); });
+}
+
+}  // namespace tool

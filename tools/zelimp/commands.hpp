@@ -1,0 +1,53 @@
+// The sub-commands. Each function adds one to the program; its work is done while the command line is parsed and ends
+// with a Failure or in peace.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <cmath>
+#include <string>
+
+namespace tool {
+
+void add_simulate(CLI::App& program);
+void add_info(CLI::App& program);
+void add_descramble(CLI::App& program);
+void add_process(CLI::App& program);
+
+// What every command that writes files has.
+struct Common {
+  bool force = false;
+  bool verbose = false;
+};
+
+inline void add_common(CLI::App& command, Common& common) {
+  command.add_flag("--force", common.force, "Replace output files that exist already");
+  command.add_flag("--verbose", common.verbose, "Tell every step and its time on standard error");
+}
+
+// A number within its range, which no NaN is (CLI::Range lets it through).
+template <class Number>
+CLI::Validator between(Number least, Number most) {
+  const std::string range = "from " + CLI::detail::to_string(least) + " to " + CLI::detail::to_string(most);
+  return CLI::Validator(
+      [=](std::string& text) {
+        double value = std::nan("");
+        const bool number = CLI::detail::lexical_cast(text, value);
+        return number && value >= least && value <= most ? "" : "\"" + text + "\" is not a number " + range;
+      },
+      range);
+}
+
+// The sensor's layout, two options of simulate and descramble.
+inline void add_layout(CLI::App& command, bool& swap_sides, bool& model_7200) {
+  const auto flag = [&command](const char* name, bool& value, const char* help) {
+    command
+        .add_option_function<int>(
+            name, [&value](int given) { value = given != 0; }, help)
+        ->check(CLI::IsMember({0, 1}))
+        ->type_name("0|1");
+  };
+  flag("--swap-sides", swap_sides, "1: channel A reads the left half of a row, 0: the right half [1]");
+  flag("--model", model_7200, "1: channel A is read mirrored, 0: in order (with --swap-sides 0 only) [1]");
+}
+
+}  // namespace tool

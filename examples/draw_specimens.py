@@ -323,17 +323,17 @@ def draw_cheque_front():
     draw.text((192, 84), "Quillmoor Specimen Bank", font=font(SERIF_BOLD, 40),
               fill=GREEN, anchor="ls")
     draw.text((194, 116), "12 Example Street, Sampleton",
-              font=font(SANS, 18), fill=GREEN, anchor="ls")
-    draw.text((194, 142), "Branch 0417", font=font(SANS, 18), fill=GREEN,
+              font=font(SANS_BOLD, 18), fill=GREEN, anchor="ls")
+    draw.text((194, 142), "Branch 0417", font=font(SANS_BOLD, 18), fill=GREEN,
               anchor="ls")
 
     draw.rectangle((846, 46, 1078, 98), outline=RED, width=3)
     draw.text((962, 72), "SPECIMEN", font=font(SANS_BOLD, 34), fill=RED,
               anchor="mm")
-    draw.text((962, 118), "no value, not payable", font=font(SANS, 17),
+    draw.text((962, 118), "no value, not payable", font=font(SANS_BOLD, 17),
               fill=RED, anchor="mm")
 
-    label = font(SANS, 15)
+    label = font(SANS_BOLD, 15)
     draw.text((1345, 76), "No. " + CHEQUE_NUMBER, font=font(MONO_BOLD, 26),
               fill=BLACK, anchor="rs")
 
@@ -365,7 +365,7 @@ def draw_cheque_front():
 
     draw.text((55, 384), "Marrowby Example Works", font=font(SANS_BOLD, 21),
               fill=BLACK, anchor="ls")
-    draw.text((55, 411), "Account 00 4417 2093", font=font(SANS, 19),
+    draw.text((55, 411), "Account 00 4417 2093", font=font(SANS_BOLD, 19),
               fill=BLACK, anchor="ls")
 
     draw.text((55, 482), "MEMO", font=label, fill=BLACK, anchor="ls")
@@ -373,7 +373,7 @@ def draw_cheque_front():
     write_by_hand(page, rng, (135, 474), "Envelopes, order 88", 27, BLUE)
 
     rule(860, 1345, 482)
-    draw.text((1102, 504), "AUTHORISED SIGNATURE", font=font(SANS, 14),
+    draw.text((1102, 504), "AUTHORISED SIGNATURE", font=font(SANS_BOLD, 14),
               fill=BLACK, anchor="ms")
     put(page, signature(rng, 400, 120, DRAWER), (900, 372), BLUE)
 
@@ -459,7 +459,7 @@ def draw_cheque_rear():
               anchor="ls")
     turn.rectangle((0, 284, 539, 287), fill=255)
     turn.text((270, 314), "DO NOT WRITE, SIGN OR STAMP BELOW THIS LINE",
-              font=font(SANS, 15), fill=255, anchor="ms")
+              font=font(SANS_BOLD, 15), fill=255, anchor="ms")
     blue = Image.new("L", black.size, 0)
     blue.paste(signature(rng, 330, 106, PAYEE), (70, 40))
     words, base = handwriting(rng, "for Brindlewick Paper Works", 25)
@@ -475,7 +475,7 @@ def draw_cheque_rear():
     draw.rectangle((56, 330, 416, 362), fill=GREEN)
     draw.text((236, 347), "FOR THE BANK", font=font(SANS_BOLD, 17),
               fill=PAPER, anchor="mm")
-    small = font(SANS, 16)
+    small = font(SANS_BOLD, 16)
     for y, what, value in ((404, "Batch", "0093"), (452, "Item", "0118"),
                            (500, "Counter", "6"), (548, "Checked", None)):
         draw.text((74, y), what, font=small, fill=BLACK, anchor="ls")
@@ -489,7 +489,7 @@ def draw_cheque_rear():
     draw.text((466, 72), "Notes on this specimen", font=font(SERIF_BOLD, 24),
               fill=GREEN, anchor="ls")
     draw.rectangle((466, 84, 990, 85), fill=GREEN)
-    text = font(SANS, 17)
+    text = font(SANS_BOLD, 17)
     y = 118
     for n, note in enumerate(REAR_NOTES, 1):
         draw.text((466, y), f"{n}.", font=text, fill=BLACK, anchor="ls")
@@ -497,7 +497,7 @@ def draw_cheque_rear():
     draw.text((728, 548), "SPECIMEN", font=font(SANS_BOLD, 44), fill=RED,
               anchor="ms")
     draw.text((728, 574), "Quillmoor Specimen Bank, cheque "
-              + CHEQUE_NUMBER, font=font(SANS, 15), fill=RED, anchor="ms")
+              + CHEQUE_NUMBER, font=font(SANS_BOLD, 15), fill=RED, anchor="ms")
     return to_palette(page)
 
 

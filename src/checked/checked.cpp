@@ -156,7 +156,7 @@ zel::PipelineRequest checked_request(const Scan& scan, const ProcessOptions& opt
       bad_argument("the rotation is not one of those listed");
   }
   if (options.threshold) {
-    if (*options.threshold < 0 || *options.threshold > 255) bad_argument("the threshold is not from 0 to 255");
+    if (*options.threshold < 0 || *options.threshold > 256) bad_argument("the threshold is not from 0 to 256");
     request.threshold_mode = 1;
     request.level = *options.threshold;
   }

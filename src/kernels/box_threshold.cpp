@@ -95,15 +95,10 @@ void next_row(ConstView src, MutableView dst, std::size_t r, std::size_t half, s
   const std::size_t width = src.width();
   const std::uint8_t* const enters = kEnters ? src.row_ptr(r + half) : nullptr;
   const std::uint8_t* const leaves = kLeaves ? src.row_ptr(r - half - 1) : nullptr;
-  const auto change = [&](std::size_t c) {
-    std::uint32_t d = 0;
-    if constexpr (kEnters) d += enters[c];
-    if constexpr (kLeaves) d -= leaves[c];
-    return d;
-  };
+  const auto change = [&](std::size_t c) { return (kEnters ? enters[c] : 0) - (kLeaves ? leaves[c] : 0); };
 
   std::uint32_t run = 0;  // this row's sum minus that of the row above
-  for (std::size_t c = 0; c < std::min(half + 1, width); ++c) run += change(c);
+  for (std::size_t c = 0; c < std::min(half + 1, width); ++c) run += static_cast<std::uint32_t>(change(c));
   const std::uint32_t first = static_cast<std::uint32_t>(above[0]) + run;
   sums[0] = static_cast<std::int32_t>(first);
   dst.row_ptr(r - 1)[width - 1] = rule(src.row_ptr(r - 1)[width - 1], first);
@@ -121,16 +116,24 @@ void next_row(ConstView src, MutableView dst, std::size_t r, std::size_t half, s
   const std::size_t out_begin = std::min(half + 1, width);
   std::size_t c = 1;
   for (; c < std::min(in_end, out_begin); ++c) {
-    run += change(c + half);
+    run += static_cast<std::uint32_t>(change(c + half));
     step(c);
   }
   for (; c < out_begin; ++c) step(c);
-  for (; c < in_end; ++c) {
-    run += change(c + half) - change(c - half - 1);
-    step(c);
+  // Ahead of the running sum, so that the compiler can take many columns at once.
+  std::array<std::int16_t, 256> turnover;
+  while (c < in_end) {
+    const std::size_t n = std::min(turnover.size(), in_end - c);
+    for (std::size_t i = 0; i < n; ++i) {
+      turnover[i] = static_cast<std::int16_t>(change(c + i + half) - change(c + i - half - 1));
+    }
+    for (std::size_t i = 0; i < n; ++i, ++c) {
+      run += static_cast<std::uint32_t>(turnover[i]);
+      step(c);
+    }
   }
   for (; c < width; ++c) {
-    run -= change(c - half - 1);
+    run -= static_cast<std::uint32_t>(change(c - half - 1));
     step(c);
   }
 }

@@ -6,8 +6,12 @@
 //   window     side of the square window in pixels, 1 to 46340; columns and rows beyond the image are left out
 //   percent    share of the mean that a pixel must reach to be white
 //
-// With S the window sum at a position: white (255) when pixel * 100 >= S / (window * window) * percent, the quotient
-// toward zero, all in signed 32 bits with wrap-around; else black (0).
+// The window of a position are the rows and columns up to half = window / 2 away, so that an even window is one pixel
+// wider than its name. With S its sum, a pixel is white (255) when pixel * 100 >= S / (window * window) * percent, the
+// quotient toward zero, all in signed 32 bits with wrap-around; else black (0).
+//
+// S of the next position in raster order decides a pixel: the last pixel of dst is not written, unless it is the only
+// one, which its own sum decides. From column half + 1 on S includes the sum of column 0 over rows 0 to half.
 //
 // Exact. Cost: independent of window, about four reads and two writes per pixel.
 // Method: S of the row above plus a running sum of entering minus leaving pixels; the decision is a comparison with a

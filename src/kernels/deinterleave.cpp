@@ -1,15 +1,27 @@
 #include "kernels/deinterleave.hpp"
 
+#include <algorithm>
+#include <array>
+
+#include "kernels/half_turn.hpp"
+
 namespace zel::kern {
 namespace {
 
 // Every second sample of line, beginning with the first one; line holds two samples for each of dst.
-void pick_grey(const std::uint8_t* line, std::span<std::uint8_t> dst, bool mirror) {
-  const std::size_t n = dst.size();
-  if (mirror) {
-    for (std::size_t i = 0; i < n; ++i) dst[n - 1 - i] = line[2 * i];
-  } else {
-    for (std::size_t i = 0; i < n; ++i) dst[i] = line[2 * i];
+void pick_grey(const std::uint8_t* line, std::span<std::uint8_t> dst) {
+  for (std::size_t i = 0; i < dst.size(); ++i) dst[i] = line[2 * i];
+}
+
+// The same from right to left: block by block in order, then turned, both of which go many samples at a time.
+void pick_grey_mirrored(const std::uint8_t* line, std::span<std::uint8_t> dst) {
+  std::array<std::uint8_t, 512> block;
+  for (std::size_t left = dst.size(); left != 0;) {
+    const std::span<std::uint8_t> picked(block.data(), std::min(left, block.size()));
+    pick_grey(line, picked);
+    line += 2 * picked.size();
+    left -= picked.size();
+    half_turn_scalar(picked, dst.subspan(left, picked.size()));
   }
 }
 
@@ -39,10 +51,10 @@ void pick_colour(const Planes& from, std::span<std::uint8_t> dst, bool mirror) {
 
 void deinterleave_grey_scalar(ConstView raw, MutableView a, MutableView b, std::size_t lag, bool mirror_a) {
   for (std::size_t r = 0; r < a.height(); ++r) {
-    pick_grey(raw.row_ptr(r), a.row(r), mirror_a);
-    if (r < b.height()) pick_grey(raw.row_ptr(r + lag) + 1, b.row(r), false);
+    mirror_a ? pick_grey_mirrored(raw.row_ptr(r), a.row(r)) : pick_grey(raw.row_ptr(r), a.row(r));
+    if (r < b.height()) pick_grey(raw.row_ptr(r + lag) + 1, b.row(r));
   }
-  for (std::size_t r = a.height(); r < b.height(); ++r) pick_grey(raw.row_ptr(r + lag) + 1, b.row(r), false);
+  for (std::size_t r = a.height(); r < b.height(); ++r) pick_grey(raw.row_ptr(r + lag) + 1, b.row(r));
 }
 
 void deinterleave_colour_scalar(ConstView raw, MutableView a, MutableView b, std::size_t lag, bool mirror_a,

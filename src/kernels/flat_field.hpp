@@ -6,7 +6,7 @@
 // With B and W the levels of a sample's column: 0 up to B; sample - B when B >= W; else
 // min((sample - B) * 255 / (W - B), 255), the quotient toward zero.
 //
-// Exact: numerators are at most 255 * 255, so a quotient of floats is rounded to the next integer never, and its
+// Exact: with numerators up to 255 * 255 a rounded quotient of floats never reaches the next integer, so that its
 // truncation is the integer quotient (checked for every numerator and divisor). Cost: one read and one write per
 // sample, one division.
 #pragma once

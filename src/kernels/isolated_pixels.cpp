@@ -1,6 +1,7 @@
 #include "kernels/isolated_pixels.hpp"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 
 #include "base/checked.hpp"
@@ -16,25 +17,54 @@ bool has_zero_byte(std::size_t word) {
 
 std::int32_t limit(int pixels, int min_count) { return wrap_mul(wrap_sub(pixels, min_count), 255); }
 
+// A row and its neighbours, at a column that has one on either side.
+struct Place {
+  const std::uint8_t* above;
+  std::uint8_t* row;
+  const std::uint8_t* below;
+
+  // Sum of the eight pixels around column c.
+  int around(std::size_t c) const {
+    return above[c - 1] + above[c] + above[c + 1] + row[c - 1] + row[c + 1] + below[c - 1] + below[c] + below[c + 1];
+  }
+};
+
+constexpr std::size_t kBlock = 32;
+
+bool has_black(const std::uint8_t* block) {
+  bool found = false;
+  for (std::size_t k = 0; k < kBlock; k += sizeof(std::size_t)) {
+    std::size_t word;
+    std::memcpy(&word, block + k, sizeof word);
+    found |= has_zero_byte(word);
+  }
+  return found;
+}
+
+// Whether a pixel of the block from column c on is to be whitened as long as nothing left of it in the block has been.
+// Without branches, so that the compiler can take all pixels at once.
+bool has_isolated(const Place& at, std::size_t c, std::int16_t limit9) {
+  std::uint8_t isolated = 0;
+  for (std::size_t k = c; k < c + kBlock; ++k) {
+    isolated |= static_cast<std::uint8_t>((at.row[k] == 0) & (static_cast<std::int16_t>(at.around(k)) >= limit9));
+  }
+  return isolated != 0;
+}
+
 // The row's pixels that have a row above, a row below and a pixel on either side.
 void filter_inner(MutableView image, std::size_t r, std::int32_t limit9) {
-  const std::uint8_t* const above = image.row_ptr(r - 1);
-  const std::uint8_t* const below = image.row_ptr(r + 1);
-  std::uint8_t* const row = image.row_ptr(r);
+  const Place at = {image.row_ptr(r - 1), image.row_ptr(r), image.row_ptr(r + 1)};
   const auto filter = [&](std::size_t c) {
-    if (row[c] != 0) return;
-    const int sum =
-        above[c - 1] + above[c] + above[c + 1] + row[c - 1] + row[c + 1] + below[c - 1] + below[c] + below[c + 1];
-    if (!(limit9 > sum)) row[c] = 255;
+    if (at.row[c] == 0 && at.around(c) >= limit9) at.row[c] = 255;
   };
-  constexpr std::size_t kStep = sizeof(std::size_t);
+  // No sum is below 0 or above 8 * 255.
+  const auto narrow_limit = static_cast<std::int16_t>(std::clamp(limit9, 0, 8 * 255 + 1));
   const std::size_t end = image.width() - 1;
   std::size_t c = 1;
-  for (; c + kStep <= end; c += kStep) {
-    std::size_t word;
-    std::memcpy(&word, row + c, kStep);
-    if (!has_zero_byte(word)) continue;
-    for (std::size_t k = 0; k < kStep; ++k) filter(c + k);
+  for (; c + kBlock <= end; c += kBlock) {
+    // The first pixel that goes sees the block as it is: when there is none, all stay.
+    if (!has_black(at.row + c) || !has_isolated(at, c, narrow_limit)) continue;
+    for (std::size_t k = 0; k < kBlock; ++k) filter(c + k);
   }
   for (; c < end; ++c) filter(c);
 }

@@ -1,12 +1,11 @@
 // Whitens isolated black pixels, in place and in raster order, so that a pixel already whitened counts as white.
 //
 //   image      any stride, any byte values; only pixels of value 0 are looked at
-//   min_count  a black pixel stays when (n - min_count) * 255 > s, n and s being the number and the sum of the pixels
-//   of
-//              its 3 x 3 block clipped to the image, in signed 32 bits with wrap-around: in a 0/255 image, when more
-//              than min_count pixels of the block, itself included, are black
+//   min_count  a black pixel stays when (n - min_count) * 255 > s, in signed 32 bits with wrap-around; n is the number
+//              and s the sum of the pixels of its 3 x 3 block, clipped to the image. In a 0/255 image: when more than
+//              min_count pixels of the block, itself included, are black
 //
-// Exact. Cost: one read per pixel, eight more per black pixel.
+// Exact. Cost: one read per pixel, eight more in the neighbourhood of black pixels.
 #pragma once
 
 #include "base/image_view.hpp"

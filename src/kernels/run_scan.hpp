@@ -5,7 +5,7 @@
 //            then kSentinels times row.size()
 //   returns  the number of changes, without the sentinels
 //
-// Exact. Cost: one read per pixel, one write per change.
+// Exact. Cost: at most four reads per pixel, a machine word at a time, and one write per change.
 #pragma once
 
 #include <cstddef>

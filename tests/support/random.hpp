@@ -1,6 +1,7 @@
 // Seeded pseudo-random bytes, the same on every platform.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <random>
 #include <span>
@@ -12,7 +13,7 @@ class Random {
   explicit Random(std::uint32_t seed) : engine_(seed) {}
 
   // 0 to n - 1.
-  std::uint32_t below(std::uint32_t n) { return static_cast<std::uint32_t>(engine_()) % n; }
+  std::uint32_t below(std::size_t n) { return static_cast<std::uint32_t>(engine_() % n); }
 
   std::uint8_t byte() { return static_cast<std::uint8_t>(engine_() >> 8); }
 
@@ -21,7 +22,7 @@ class Random {
   }
 
   // 0 for about percent of the bytes, 255 for the others, in runs of about run bytes.
-  void fill_bilevel(std::span<std::uint8_t> bytes, std::uint32_t percent, std::uint32_t run = 1) {
+  void fill_bilevel(std::span<std::uint8_t> bytes, std::size_t percent, std::size_t run = 1) {
     std::uint8_t value = 255;
     for (std::uint8_t& b : bytes) {
       if (below(run) == 0) value = below(100) < percent ? 0 : 255;

@@ -23,7 +23,9 @@ using Bytes = std::vector<std::uint8_t>;
 inline void append(Bytes& to, std::uint64_t value, int bytes) {
   for (; bytes > 0; --bytes, value >>= 8) to.push_back(static_cast<std::uint8_t>(value));
 }
-inline void append(Bytes& to, const Bytes& more) { to.insert(to.end(), more.begin(), more.end()); }
+inline void append(Bytes& to, const Bytes& more) {
+  for (const std::uint8_t byte : more) to.push_back(byte);
+}
 
 // Values as they stand in a file. ascii: without a NUL of its own, text: with one.
 inline Bytes numbers(std::initializer_list<std::uint64_t> values, int bytes_each) {

@@ -1,0 +1,228 @@
+// Times of all variants of all kernels, and of the pipeline as a whole.
+//
+// Every row has the counters ns_pixel, GB_s (bytes of the source) and x_memcpy: its time in copies of the same bytes,
+// measured immediately before. They are medians of processor time, so that little of what else the machine does counts.
+
+#include <ZelIMP/ZelIMP_pipeline.h>
+#include <benchmark/benchmark.h>
+#include <malloc.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <initializer_list>
+#include <string>
+
+#include "../tests/support/tiff_builder.hpp"
+#include "kernels/bit_pack.hpp"
+#include "kernels/box_threshold.hpp"
+#include "kernels/deinterleave.hpp"
+#include "kernels/flat_field.hpp"
+#include "kernels/g4_encode.hpp"
+#include "kernels/half_turn.hpp"
+#include "kernels/isolated_pixels.hpp"
+#include "kernels/quarter_turn.hpp"
+#include "kernels/rgb_to_grey.hpp"
+#include "kernels/run_scan.hpp"
+#include "pages.hpp"
+
+namespace zel::bench {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+double thread_seconds() {
+  timespec now = {};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+template <class Run>
+double seconds(Run run) {
+  const double begin = thread_seconds();
+  run();
+  benchmark::ClobberMemory();
+  return thread_seconds() - begin;
+}
+
+double median(std::vector<double> times) {
+  std::ranges::nth_element(times, times.begin() + std::ssize(times) / 2);
+  return times[times.size() / 2];
+}
+
+// Times run(); prepare() goes before each time, unmeasured.
+template <class Run, class Prepare>
+void measure(benchmark::State& state, const Page& page, const Bytes& src, Bytes& dst, Prepare prepare, Run run) {
+  std::vector<double> copies(11);
+  for (double& t : copies) t = seconds([&] { std::memcpy(dst.data(), src.data(), src.size()); });
+  std::vector<double> times;
+  for (auto _ : state) {
+    prepare();
+    times.push_back(seconds(run));
+    state.SetIterationTime(times.back());
+  }
+  state.counters["ns_pixel"] = median(times) * 1e9 / static_cast<double>(page.grey.size());
+  state.counters["GB_s"] = static_cast<double>(src.size()) / median(times) * 1e-9;
+  state.counters["x_memcpy"] = median(times) / median(copies);
+}
+
+template <class Body>
+benchmark::internal::Benchmark* add_row(const std::string& name, Kind kind, Body body) {
+  const Page& on = page(kind);
+  return benchmark::RegisterBenchmark((name + "/" + on.name).c_str(), [&on, body](auto& state) { body(state, on); })
+      ->UseManualTime()
+      ->Unit(benchmark::kMillisecond);
+}
+
+// What a kernel is given: the grey page, three equal samples a pixel, bi-level before and after the noise filter.
+enum class Input { grey, colour, bilevel, filtered };
+
+struct Work {
+  Work(const Page& page, Input input) : width(page.width), height(page.height), src(page.grey) {
+    if (input == Input::colour) {
+      width *= 3;
+      src.resize(width * height);
+      for (std::size_t i = 0; i < src.size(); ++i) src[i] = page.grey[i / 3];
+    }
+    sums.resize(2 * width);
+    white.assign(width, 240);
+    black.assign(width, 8);
+    dst.resize(2 * src.size() + 8);
+    if (input == Input::bilevel || input == Input::filtered) {
+      kern::box_threshold(from(), to(), {even(), odd()}, 25, 80);
+      if (input == Input::filtered) kern::isolated_pixels(to(), 2);
+      std::copy_n(dst.begin(), src.size(), src.begin());
+    }
+  }
+  ConstView from() const { return {src.data(), width, height}; }
+  MutableView to() { return {dst.data(), width, height}; }
+  std::span<std::int32_t> even() { return {sums.data(), width}; }
+  std::span<std::int32_t> odd() { return {sums.data() + width, width}; }
+
+  std::size_t width;  // in samples
+  std::size_t height;
+  std::vector<std::int32_t> sums;
+  std::vector<std::uint16_t> white;
+  std::vector<std::uint16_t> black;
+  Bytes src;
+  Bytes dst;  // a copy of src before each time, with room for any coding
+};
+
+// A row for each variant and page: body(run, work).
+template <class Variants, class Body>
+void add(const std::string& kernel, const Variants& variants, Input input, std::initializer_list<Kind> kinds,
+         Body body) {
+  for (const auto& variant : variants) {
+    for (const Kind kind : kinds) {
+      add_row(kernel + "/" + variant.name, kind, [=, run = variant.run](benchmark::State& state, const Page& page) {
+        Work work(page, input);
+        const auto prepare = [&] { std::ranges::copy(work.src, work.dst.begin()); };
+        measure(state, page, work.src, work.dst, prepare, [&] { body(run, work); });
+      });
+    }
+  }
+}
+
+void add_kernels() {
+  using enum Kind;
+  using enum Input;
+  constexpr std::size_t kLag = 8;
+  add("deinterleave_grey", kern::kDeinterleaveGrey, grey, {text, large}, [](auto run, Work& w) {
+    const std::size_t half = w.width / 2, rows = w.height - kLag;
+    run(w.from(), w.to().part(0, 0, rows, half), w.to().part(0, half, rows, half), kLag, true);
+  });
+  add("deinterleave_colour", kern::kDeinterleaveColour, colour, {text}, [](auto run, Work& w) {
+    const std::size_t half = w.width / 2, rows = w.height - kLag;
+    run(w.from(), w.to().part(0, 0, rows, half), w.to().part(0, half, rows, half), kLag, true,
+        kern::PlaneOrder::backward);
+  });
+  add("flat_field", kern::kFlatField, grey, {text}, [](auto run, Work& w) { run(w.to(), w.white, w.black); });
+  add("box_threshold", kern::kBoxThreshold, grey, {blank, text, noise}, [](auto run, Work& w) {
+    run(w.from(), w.to(), {w.even(), w.odd()}, 25, 80);
+  });
+  add("isolated_pixels", kern::kIsolatedPixels, bilevel, {blank, text, noise},
+      [](auto run, Work& w) { run(w.to(), 2); });
+  add("rgb_to_grey", kern::kRgbToGrey, colour, {text},
+      [](auto run, Work& w) { run(w.src, std::span(w.dst).first(w.src.size() / 3)); });
+  add("run_scan", kern::kRunScan, filtered, {blank, text, noise}, [](auto run, Work& w) {
+    for (std::size_t r = 0; r < w.height; ++r) run(w.from().row(r), w.sums);
+  });
+  add("g4_encode", kern::kG4Encode, filtered, {blank, text, noise}, [](auto run, Work& w) { run(w.from(), w.dst); });
+  add("bit_pack", kern::kBitPack, filtered, {text},
+      [](auto run, Work& w) { run(w.from(), MutableView(w.dst.data(), (w.width + 7) / 8, w.height)); });
+  add("quarter_turn_grey", kern::kQuarterTurn, grey, {text, large},
+      [](auto run, Work& w) { run(w.from(), MutableView(w.dst.data(), w.height, w.width), 1, kern::Turn::clockwise); });
+  add("quarter_turn_colour", kern::kQuarterTurn, colour, {text}, [](auto run, Work& w) {
+    run(w.from(), MutableView(w.dst.data(), 3 * w.height, w.width / 3), 3, kern::Turn::clockwise);
+  });
+  add("half_turn", kern::kHalfTurn, grey, {text, large},
+      [](auto run, Work& w) { run(w.src, std::span(w.dst).first(w.src.size())); });
+  const auto exchange = [](std::size_t samples) {
+    return [samples](auto run, Work& w) {
+      for (std::size_t r = 0; r < w.height / 2; ++r) run(w.to().row(r), w.to().row(w.height - 1 - r), samples);
+    };
+  };
+  add("exchange_turned_grey", kern::kExchangeTurned, grey, {text}, exchange(1));
+  add("exchange_turned_colour", kern::kExchangeTurned, colour, {text}, exchange(3));
+}
+
+// Scan to Group 4 with the adaptive threshold.
+void process(Bytes& tiff, Bytes& output) {
+  unsigned int size = 0;
+  double angle = 0;
+  if (ZelIMPImageProc(tiff.data(), output.data(), &size, 0, 0, 0, 0, 0, 0, 0, &angle) != ZELIMP_OK) std::abort();
+}
+
+Bytes scan(const Page& page) {
+  const auto width = static_cast<std::uint32_t>(page.width), height = static_cast<std::uint32_t>(page.height);
+  return test::device_tiff(width, height, 1, page.grey).bytes();
+}
+
+// Largest resident size of a copy of this process that calls run().
+template <class Run>
+double peak_bytes(Run run) {
+  malloc_trim(0);
+  const pid_t child = fork();
+  if (child == 0) {
+    run();
+    _exit(0);
+  }
+  int status = 0;
+  rusage usage = {};
+  if (child < 0 || wait4(child, &status, 0, &usage) != child || status != 0) std::abort();
+  return static_cast<double>(usage.ru_maxrss) * 1024;
+}
+
+void add_pipeline() {
+  for (const Kind kind : {Kind::blank, Kind::text, Kind::noise, Kind::large}) {
+    add_row("ZelIMPImageProc/group4", kind, [](benchmark::State& state, const Page& page) {
+      Bytes tiff = scan(page), output(2 * tiff.size());
+      measure(
+          state, page, page.grey, output, [] {}, [&] { process(tiff, output); });
+    });
+  }
+  add_row("ZelIMPImageProc/memory", Kind::text, [](benchmark::State& state, const Page& page) {
+    Bytes tiff = scan(page), output(2 * tiff.size());
+    for (auto _ : state) {
+      const double more = peak_bytes([&] { process(tiff, output); }) - peak_bytes([] {});
+      state.counters["peak_x_image"] = more / static_cast<double>(page.grey.size());
+      state.SetIterationTime(0);
+    }
+  })->Iterations(1);
+}
+
+}  // namespace
+}  // namespace zel::bench
+
+int main(int argc, char** argv) {
+  zel::bench::add_kernels();
+  zel::bench::add_pipeline();
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  benchmark::RunSpecifiedBenchmarks();
+  return 0;
+}

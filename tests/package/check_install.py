@@ -1,0 +1,79 @@
+"""Installs the build into a scratch prefix and uses it from there as a host would.
+
+Three small programs (consumer/) are built and run in both ways that a host can find the library: by find_package in
+CMake and by pkg-config. Before that the prefix is renamed, so that a path of the installation that got into a file
+shows. A tool that was built must run from there, too.
+"""
+
+import argparse
+import os
+import pathlib
+import shlex
+import shutil
+import subprocess
+import sys
+
+HERE = pathlib.Path(__file__).resolve().parent
+STRICT = "-pedantic -Wall -Wextra -Werror"
+CONSUMERS = [("flat_c99.c", "-std=c99"), ("flat_cpp17.cpp", "-std=c++17"), ("checked_cpp20.cpp", "-std=c++20")]
+
+
+def run(*command, **options):
+    """Runs a command and shows it; its failure ends the test."""
+    print("+", shlex.join(str(word) for word in command), flush=True)
+    subprocess.run([str(word) for word in command], check=True, **options)
+
+
+def with_path(name, folder):
+    """The environment with folder in front of a path list."""
+    return os.environ | {name: os.pathsep.join(filter(None, [str(folder), os.environ.get(name)]))}
+
+
+def by_cmake(prefix, work, arguments):
+    run(arguments.cmake, "-S", HERE / "consumer", "-B", work, "-G", arguments.generator,
+        f"-DCMAKE_PREFIX_PATH={prefix}", f"-DCMAKE_C_COMPILER={arguments.cc}", f"-DCMAKE_CXX_COMPILER={arguments.cxx}",
+        f"-DCMAKE_C_FLAGS={arguments.flags} {STRICT}", f"-DCMAKE_CXX_FLAGS={arguments.flags} {STRICT}",
+        f"-DZELIMP_WANTED={arguments.version}")
+    run(arguments.cmake, "--build", work)
+    for source, _ in CONSUMERS:
+        run(work / pathlib.Path(source).stem)
+
+
+def by_pkg_config(prefix, work, arguments):
+    libdir = prefix / arguments.libdir
+    environment = with_path("PKG_CONFIG_PATH", libdir / "pkgconfig")
+
+    def ask(*options):
+        return subprocess.run(["pkg-config", *options, "zelimp"], env=environment, check=True, capture_output=True,
+                              text=True).stdout.split()
+
+    if ask("--modversion") != [arguments.version]:
+        sys.exit("pkg-config tells a version other than " + arguments.version)
+    work.mkdir()
+    for source, standard in CONSUMERS:
+        program = work / pathlib.Path(source).stem
+        run(arguments.cc if source.endswith(".c") else arguments.cxx, standard, *shlex.split(STRICT),
+            *shlex.split(arguments.flags), HERE / "consumer" / source, "-o", program, *ask("--cflags"), *ask("--libs"))
+        run(program, env=with_path("LD_LIBRARY_PATH", libdir))
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    for name in ("build", "scratch", "libdir", "cmake", "generator", "cc", "cxx", "version", "flags"):
+        parser.add_argument("--" + name, required=True)
+    arguments = parser.parse_args()
+
+    scratch = pathlib.Path(arguments.scratch)
+    shutil.rmtree(scratch, ignore_errors=True)
+    run(arguments.cmake, "--install", arguments.build, "--prefix", scratch / "first", stdout=subprocess.DEVNULL)
+    prefix = (scratch / "first").rename(scratch / "moved")
+
+    by_cmake(prefix, scratch / "cmake", arguments)
+    by_pkg_config(prefix, scratch / "pkg-config", arguments)
+    tool = prefix / "bin" / "zelimp"
+    if tool.exists():
+        run(tool, "--version")
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,112 @@
+// Group 4 coding and packing.
+#ifdef ZELIMP_TEST_LIBTIFF
+#include <sys/mman.h>
+#include <tiffio.h>
+#include <unistd.h>
+#endif
+
+#include "support.hpp"
+using namespace zel::test;
+
+// The coder's loop through the exported steps. Returns the packed stream.
+static Bytes code_by_steps(Group4Compression& coder, const Bytes& src, int width) {
+  Bytes bits(16 * src.size() + 999);
+  coder.image = src.data();
+  coder.width = width;
+  coder.output = bits.data();
+  coder.outputLength = 0;
+  coder.bitMode = 8;
+  for (int r = 0; r < static_cast<int>(src.size()) / width; ++r) {
+    for (int a0 = -1; a0 < width;) {
+      const int a1 = coder.detectA1(r, a0), b1 = coder.detectB1(r, a0), b2 = coder.detectB2(r, b1);
+      if (a1 > b2) {
+        coder.passModeCoding();
+        a0 = b2;
+      } else if (std::abs(b1 - a1) <= 3) {
+        coder.verticalModeCoding(b1 - a1);
+        a0 = a1;
+      } else {
+        const int a2 = coder.detectA2(r, a1);
+        coder.horizontalModeCoding(r, a0, a1, a2);
+        a0 = a2;
+      }
+    }
+  }
+  coder.endOfFacsimileBlock();
+  for (int again = 0; again < 2; ++again) coder.convertTo1Bit();  // a second call changes nothing
+  bits.resize(coder.outputLength);
+  return bits;
+}
+
+// The library's stream, compared with that of the steps and, with black and white only, decoded by somebody else.
+static Bytes code(const Bytes& src, int width, [[maybe_unused]] bool decode = true) {
+  static Group4Compression coder;
+  const Bytes want = code_by_steps(coder, src, width);
+  Bytes got = untouched(want.size());
+  const auto columns = static_cast<unsigned>(width), rows = static_cast<unsigned>(src.size()) / columns;
+  unsigned size = 0;
+  coder.outputLength = 0;
+  coder.bitMode = 8;
+  coder.compressImage(src.data(), &got[kMargin], &size, columns, rows);
+  EXPECT_EQ(got, framed(want)) << width << " x " << rows;
+  EXPECT_TRUE(size == want.size() && coder.outputLength == size && coder.bitMode == 1);
+#ifdef ZELIMP_TEST_LIBTIFF
+  if (!decode) return want;
+  TiffFile tiff = device_tiff(columns, rows, 1, want).set(258, 3, shorts({1})).set(259, 3, shorts({4}));
+  const Bytes file = tiff.set(262, 3, shorts({0})).bytes();
+  const int memory = memfd_create("coded", 0);
+  EXPECT_EQ(pwrite(memory, file.data(), file.size(), 0), static_cast<ssize_t>(file.size()));
+  TIFF* const in = TIFFFdOpen(memory, "coded", "r");
+  Bytes decoded((columns + 7) / 8 * rows), packed = decoded, black = src;
+  EXPECT_EQ(TIFFReadEncodedStrip(in, 0, decoded.data(), -1), static_cast<tmsize_t>(decoded.size()));
+  TIFFClose(in);
+  for (std::uint8_t& p : black) p ^= 0xFF;
+  coder.convertImageTo1Bit(black.data(), packed.data(), &size, columns, rows);
+  EXPECT_EQ(decoded, packed) << width << " x " << rows;
+#endif
+  return want;
+}
+
+TEST(Group4, coder_is_its_steps_and_decodes) {
+  for (unsigned i = 0; i < 600; ++i) {
+    const unsigned width = 1 + i % 97 * (i % 7), n = width * (1 + i % 13);
+    code(runs(n, i, 1 + i % 5 * (i % 11)), static_cast<int>(width));
+    Bytes grey = noise(n, i);  // the steps define what becomes of other bytes
+    for (std::uint8_t& p : grey) p = static_cast<std::uint8_t>(i % 2 == 0 ? p & 3 : p % 3 == 0 ? 255 : p % 5);
+    code(grey, static_cast<int>(width), false);
+  }
+  for (std::size_t run = 0; run <= 2700; ++run) {
+    for (const std::uint8_t colour : Bytes{0, 255}) {
+      Bytes row(5400, static_cast<std::uint8_t>(~colour));
+      std::fill_n(row.begin(), run, colour);
+      code(row, 5400);
+    }
+  }
+#ifndef ZELIMP_TEST_LIBTIFF
+  GTEST_SKIP() << "compared with the steps, but no libtiff to decode the streams";
+#endif
+}
+
+TEST(Group4, worked_codes) {
+  Bytes starts_black(100, 255), long_runs(200, 0), pass(32, 255);
+  std::fill_n(starts_black.begin(), 10, std::uint8_t{0});
+  std::fill_n(long_runs.begin(), 64, std::uint8_t{255});
+  std::fill_n(pass.begin() + 4, 4, std::uint8_t{0});
+  // 1 1; 001 00110101 0000100 1; 001 11011 00110101 000011001000 000101; 001 1011 011 1 0001 1; all with EOFB
+  EXPECT_EQ(code(Bytes(16, 255), 8), (Bytes{0xC0, 0x04, 0x00, 0x40}));
+  EXPECT_EQ(code(starts_black, 100), (Bytes{0x26, 0xA1, 0x20, 0x02, 0x00, 0x20}));
+  EXPECT_EQ(code(long_runs, 200), (Bytes{0x3B, 0x35, 0x0C, 0x81, 0x40, 0x04, 0x00, 0x40}));
+  EXPECT_EQ(code(pass, 16), (Bytes{0x36, 0xE3, 0x00, 0x10, 0x01}));
+}
+
+TEST(Group4, packing) {
+  Group4Compression coder;
+  Bytes pixels = {255, 0, 127, 128, 255, 0, 0, 0, 200, 0, 0, 0, 0, 0, 0, 0, 0, 128, 0, 255}, packed = untouched(4);
+  unsigned size = 0;
+  coder.convertImageTo1Bit(pixels.data(), &packed[kMargin], &size, 10, 2);
+  EXPECT_EQ(packed, framed({0x98, 0x80, 0x01, 0x40}));
+  EXPECT_TRUE(size == 4 && coder.outputLength == 4 && coder.bitMode == 1);
+  coder.output = pixels.data();  // of which four bits are code
+  EXPECT_TRUE(coder.convertByteToBit(0) == 0x90 && coder.convertByteToBit(8) == 0);
+  EXPECT_EQ(coder.convertByteToBit2(pixels.data(), 0), 0x98);
+}

@@ -1,0 +1,33 @@
+// What the contract tests share: repeatable pixels, and destinations with a margin that shows writes outside them.
+#pragma once
+
+#include <ZelIMP.h>
+#include <gtest/gtest.h>
+
+#include "support/random.hpp"
+#include "support/tiff_builder.hpp"
+
+namespace zel::test {
+
+inline Bytes noise(std::size_t n, std::uint32_t seed) {
+  Bytes out(n);
+  Random(seed).fill(out);
+  return out;
+}
+
+// Runs of black (0) and white (255).
+inline Bytes runs(std::size_t n, std::uint32_t seed, std::size_t mean_run) {
+  Bytes out(n);
+  Random(seed).fill_bilevel(out, 50, mean_run);
+  return out;
+}
+
+inline constexpr int kMargin = 40;
+inline Bytes untouched(std::size_t n) { return Bytes(n + 2 * kMargin, 0xA5); }
+inline Bytes framed(const Bytes& content) {
+  Bytes out = untouched(content.size());
+  std::copy(content.begin(), content.end(), out.begin() + kMargin);
+  return out;
+}
+
+}  // namespace zel::test

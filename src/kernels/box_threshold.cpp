@@ -77,10 +77,16 @@ void first_row(ConstView src, MutableView dst, RowSums sums, std::size_t half, c
   sums.even[0] = static_cast<std::int32_t>(sum);
   dst.row_ptr(0)[0] = rule(row[0], sum);
   for (std::size_t c = 1; c < width; ++c) {
-    if (half < width - c) sum += column(c + half);
-    // KEPT: column 0 is never subtracted here, so from column half + 1 on every sum carries the sum of column 0. The
-    // row step below passes the excess on to all rows: test mono_first_column_excess.
-    if (c > half + 1) sum -= column(c - half - 1);
+    if (static_cast<std::int32_t>(sum) < 0) {
+      // A sum that has left 31 bits is not carried on: the next one is counted anew.
+      sum = 0;
+      for (std::size_t k = c - std::min(c, half); k < std::min(c + half + 1, width); ++k) sum += column(k);
+    } else {
+      if (half < width - c) sum += column(c + half);
+      // KEPT: column 0 is never subtracted here, so from column half + 1 on every sum carries the sum of column 0. The
+      // row step below passes the excess on to all rows: test mono_first_column_excess.
+      if (c > half + 1) sum -= column(c - half - 1);
+    }
     sums.even[c] = static_cast<std::int32_t>(sum);
     // KEPT: a sum decides the pixel before its own in raster order, here and in next_row. The last pixel of the image
     // is therefore never written and keeps what dst held: test mono_one_pixel_lag.

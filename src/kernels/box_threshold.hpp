@@ -11,7 +11,8 @@
 // quotient toward zero, all in signed 32 bits with wrap-around; else black (0).
 //
 // S of the next position in raster order decides a pixel: the last pixel of dst is not written, unless it is the only
-// one, which its own sum decides. From column half + 1 on S includes the sum of column 0 over rows 0 to half.
+// one, which its own sum decides. From column half + 1 on S includes the sum of column 0 over rows 0 to half,
+// unless a sum of the first row left 31 bits before.
 //
 // Exact. Cost: independent of window, about four reads and two writes per pixel.
 // Method: S of the row above plus a running sum of entering minus leaving pixels; the decision is a comparison with a

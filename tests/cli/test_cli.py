@@ -1,0 +1,223 @@
+#!/usr/bin/env python3
+# End-to-end tests of the tool, whose program file ZELIMP names. Pillow reads what it writes: its decoders are not ours.
+
+import io
+import itertools
+import json
+import os
+import pathlib
+import random
+import struct
+import subprocess
+import tempfile
+import unittest
+
+from PIL import Image
+
+TOOL = os.environ.get("ZELIMP", "zelimp")
+BED = 12
+LAYOUTS = ("--model 1 --swap-sides 1", "--model 1 --swap-sides 0", "--model 0 --swap-sides 0")
+
+# Exit code, command, and what stands for {} in it, one after the other: except for usage errors a file, which the
+# sentence has to name. test_refusals makes the files.
+REFUSALS = (
+    (1, "descramble {} -o x", "cut, mm, text, empty, other.tif"),
+    (1, "info {}", "head, text"),
+    (1, "simulate {} rear.pnm -o x --white w --black b", "text, empty, head, bad.pnm, bad.png, bad.jpg"),
+    (1, "descramble raw.tif -o x --white {} --black full", "short, odd"),
+    (1, "descramble raw.tif -o x --white full --black {}", "short"),
+    (2, "{}", ", polish, --fast, info, simulate - - -o x, descramble - -o x --white - --black full"),
+    (2, "descramble raw.tif -o x {}", "more, --lag 252, --lag -1, --lag x, --halve 3, --model 2, --white full"),
+    (2, "process a -o x {}", "--format jpeg, --threshold x, --threshold 257, --threshold 9 --format bmp, --preview x"),
+    (2, "simulate a b -o x {}", "--skew nan, --model 0, --gain 3, --colour --swap-sides 0 --white w --black b"),
+    (3, "descramble {} -o x", "lzw"),
+    (3, "process {} -o x --format tiff --preview y", "samples"),  # the library ignores that tag, the preview cannot
+    (4, "process {} -o x --format g4 --preview y", "colour.tif"),
+    (5, "descramble {} -o x", "missing, ."),
+    (5, "simulate front.pnm rear.pnm -o x --force --white {} --black y", "link"),
+    (5, "descramble raw.tif -o {}", "scan.tif, link, nowhere/x, raw.tif/x"),
+    (5, "descramble raw.tif --force -o {}", "., link"),
+    (5, "process scan.tif -o - --preview {}", "raw.tif"),
+    (6, "process {} -o x --preview y", "wide"),
+    (6, "simulate {} rear.pnm -o x", "huge.pnm"),
+    (6, "simulate front.pnm rear.pnm -o x --margin 10000", "the page"),
+)
+
+
+def noise(size, mode, seed):
+    return Image.frombytes(mode, size, random.Random(seed).randbytes(size[0] * size[1] * len(mode)))
+
+
+# Both faces side by side, each in the middle of its half.
+def page(front, rear, margin):
+    half, rows = (max(front.size[i], rear.size[i]) + 2 * margin for i in (0, 1))
+    whole = Image.new(front.mode, (2 * half, rows), (BED,) * len(front.mode))
+    for face, start in ((front, 0), (rear, half)):
+        whole.paste(face, (start + (half - face.width) // 2, (rows - face.height) // 2))
+    return whole
+
+
+# What process makes of a page.
+def view(whole, side, degrees):
+    middle, rows = whole.width // 2, whole.height
+    boxes = {"front": (0, 0, middle, rows), "rear": (middle, 0, 2 * middle, rows)}
+    image = whole.crop(boxes.get(side))
+    if side == "flip":
+        image.paste(whole.crop(boxes["front"]).rotate(180))
+    return image.rotate(-degrees, expand=True)
+
+
+class CliTest(unittest.TestCase):
+    def setUp(self):
+        self.dir = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
+        # Blocks of some 7 x 8 pixels that lie askew: no noise filter takes anything from them, and their edges give
+        # Group 4 more to do than straight ones. No size is a multiple of 8.
+        self.whole = self.scan(*(noise((i, 20), "L", i).resize((7 * i, 155), Image.BOX).rotate(10) for i in (21, 19)))
+
+    def tool(self, command, stdin=b"", code=0, stdout=subprocess.PIPE):
+        before = self.files()
+        done = subprocess.run([TOOL, *command.split()], input=stdin, stdout=stdout, stderr=subprocess.PIPE,
+                              cwd=self.dir, timeout=300)
+        self.assertEqual(done.returncode, code, (command, done.stderr))
+        if code:
+            self.assertRegex(done.stderr, rb"\Azelimp: [^\n]+\n\Z", command)
+            self.assertFalse(done.stdout, command)
+            self.assertEqual(self.files(), before, command)
+        return done
+
+    # Makes raw.tif and scan.tif; undo is for both commands. Returns the page.
+    def scan(self, front, rear, margin=48, how="", undo=""):
+        front.save(self.dir / "front.pnm")
+        rear.save(self.dir / "rear.pnm")
+        how = f"--margin {margin} --bed {BED} --dpi 240 {how} {undo}" + " --colour" * (front.mode == "RGB")
+        self.tool(f"simulate front.pnm rear.pnm -o raw.tif --force {how}")
+        self.tool(f"descramble raw.tif -o scan.tif --force {undo}")
+        return page(front, rear, margin)
+
+    def files(self):
+        return {path.name: path.is_file() and hash(path.read_bytes()) for path in self.dir.iterdir()}
+
+    def read(self, name):
+        return (self.dir / name).read_bytes()
+
+    def picture(self, name):
+        return Image.open(io.BytesIO(self.read(name)))
+
+    def assert_picture(self, name, wanted, case):
+        picture = self.picture(name).convert(wanted.mode)
+        self.assertEqual((picture.size, hash(picture.tobytes())), (wanted.size, hash(wanted.tobytes())), (name, case))
+
+    def test_descrambling_restores_the_page(self):
+        sizes = (((40, 30), (40, 30), 6), ((37, 21), (24, 33), 0), ((8, 5), (9, 4), 3))
+        for case in itertools.product(("L", "RGB"), LAYOUTS, (0, 1, 9), sizes):
+            mode, layout, lag, (front, rear, margin) = case
+            faces, undo = (noise(front, mode, 1), noise(rear, mode, 2), margin), f"{layout} --lag {lag}"
+            whole = self.scan(*faces, "", undo)
+            self.assert_picture("scan.tif", whole, case)
+            # What no row of the page feeds: channel B before it, channel A after it.
+            raw, unfed = self.picture("raw.tif").tobytes(), lag * whole.width * len(mode)
+            self.assertLessEqual({*raw[:unfed][1::2], *raw[len(raw) - unfed:][0::2]}, {BED}, case)
+            if mode == "L" or layout == LAYOUTS[0]:
+                self.scan(*faces, "--gain 13 --offset 8", f"{undo} --white white --black black")
+                levels = zip(self.picture("scan.tif").tobytes(), whole.tobytes(), strict=True)
+                self.assertLessEqual(max(abs(a - b) for a, b in levels), 1, case)
+                white, black = (sorted(memoryview(self.read(name)).cast("H")) for name in ("white", "black"))
+                self.assertTrue(190 <= white[0] < 205 < 235 < white[-1] and 8 <= black[0] < 12 < 20 < black[-1] <= 24)
+
+    def test_halving_keeps_every_second_line(self):
+        whole = self.scan(noise((30, 25), "L", 6), noise((30, 25), "L", 7), 0, "--lag 6")
+        for halve, first in ((1, 1), (2, 0)):
+            self.tool(f"descramble raw.tif -o half.tif --force --halve {halve} --lag 3")
+            lines = b"".join(whole.crop((0, y, 60, y + 1)).tobytes() for y in range(first, 24, 2))
+            self.assert_picture("half.tif", Image.frombytes("L", (60, 12), lines), halve)
+
+    def test_skew_is_clockwise_on_the_front(self):
+        self.scan(*[Image.new("L", (60, 40), 255)] * 2, 24, "--skew 10 --noise 2")
+        scan = self.picture("scan.tif").point(lambda level: level >= 128)
+        tops = [scan.crop((x, 0, x + 1, scan.height)).getbbox()[1] for x in (34, 74, scan.width - 74, scan.width - 34)]
+        self.assertEqual([tops[1] - tops[0], tops[2] - tops[3]], [7, 7])  # 40 * tan(10 degrees)
+
+    def test_processing(self):
+        self.tool("process scan.tif -o out --format 1bit")
+        dark, light = self.picture("out").convert("L").crop((48, 48, 195, 203)).histogram()[::255]
+        self.assertTrue(0.3 < dark / (dark + light) < 0.7, (dark, light))
+        sides = (("front", 31), ("rear", 61), ("both", 224), ("flip", 120), ("both", 0), ("both", 256))
+        for mode, kind in (("L", "tiff"), ("L", "bmp"), ("L", "1bit"), ("L", "g4"), ("RGB", "tiff")):
+            if mode == "RGB":
+                self.whole = self.scan(noise((56, 40), mode, 8), noise((48, 40), mode, 9), 8)
+            for (side, level), degrees in itertools.product(sides, (0, 90, 270)):
+                case = f"--format {kind} --side {side} --rotate {degrees}"
+                wanted, depth = view(self.whole, side, degrees), (8,) * len(mode)
+                if kind in ("1bit", "g4"):
+                    case += f" --threshold {level}"
+                    wanted, depth = wanted.point(lambda s: 255 * (s >= level)), (1,)
+                self.tool(f"process scan.tif -o out --preview out.png --force {case}")
+                self.assert_picture("out", wanted, case)
+                self.assert_picture("out.png", wanted, case)
+                if kind != "bmp":
+                    tags = [self.picture("out").tag_v2[tag] for tag in (258, 259, 278, 282)]
+                    self.assertEqual(tags, [depth, 4 if kind == "g4" else 1, wanted.height, 240], case)
+
+    def test_version_help_and_info(self):
+        self.assertRegex(self.tool("--version").stdout, rb"\Azelimp \d+\.\d+\.\d+\n\Z")
+        self.assertIn(b"Examples:\n  zelimp process", self.tool("process --help").stdout)
+        self.scan(noise((56, 40), "RGB", 8), noise((48, 40), "RGB", 9), 8)
+        facts = json.loads(self.tool("info raw.tif --json").stdout)
+        keys = ("file", "from_device", "width", "height", "bit_depth", "pixel_bytes", "x_resolution", "obstacle")
+        self.assertEqual([facts[key] for key in keys], ["raw.tif", True, 144, 56, 24, 144 * 56 * 3, 240, None])
+        tags = {tag["id"]: (tag["name"], tag["type"], tag["count"], tag["value"]) for tag in facts["tags"]}
+        self.assertEqual(tags[258], ("BitsPerSample", "SHORT", 3, [8, 8, 8]))
+        self.assertEqual([tags[tag][3] for tag in (256, 271, 282)], [144, "Varnoke Industries, Inc", "240/1"])
+        text = self.tool("info -", stdin=self.read("raw.tif")).stdout
+        self.assertRegex(text, rb"(?s)\Astandard input: 144 x 56 pixels.*device: yes\n.*: possible\n.*\[8,8,8\]")
+        self.tool("simulate front.pnm rear.pnm -o other.tif --make Somebody")
+        self.assertRegex(self.tool("info other.tif --json").stdout, rb'(?s)"from_device": false.*"exit_code": 1,')
+
+    def test_pipes(self):
+        raw = self.tool("simulate - rear.pnm -o - --margin 48 --dpi 240", stdin=self.read("front.pnm"))
+        self.assertEqual((raw.stdout, raw.stderr), (self.read("raw.tif"), b""))
+        scan = self.tool("descramble - -o - --verbose", stdin=raw.stdout)
+        self.assertEqual(scan.stdout, self.read("scan.tif"))
+        self.assertRegex(scan.stderr, rb"(?s)486 x 251 pixels, bit depth 8.*wrote -, \d+ bytes, [\d.]+ ms\n\Z")
+        self.tool("process scan.tif -o out.tif")
+        self.assertEqual(self.tool("process - -o -", stdin=scan.stdout).stdout, self.read("out.tif"))
+
+    def test_force_replaces_even_the_input(self):
+        self.tool("process scan.tif -o scan.tif --format tiff --side rear --force")
+        self.assert_picture("scan.tif", view(self.whole, "rear", 0), "in place")
+        self.assertEqual((self.dir / "scan.tif").stat().st_mode, (self.dir / "rear.pnm").stat().st_mode)
+
+    def test_a_file_that_appears_meanwhile_stays(self):
+        with subprocess.Popen([TOOL, "process", "-", "-o", "x", "--preview", "y"], stdin=subprocess.PIPE,
+                              stderr=subprocess.DEVNULL, cwd=self.dir) as running:
+            running.stdin.write(self.read("scan.tif"))  # more than a pipe holds: the tool has begun to read
+            (self.dir / "y").write_bytes(b"mine")
+            before = self.files()
+        self.assertEqual((running.returncode, self.files()), (5, before))
+
+    def test_refusals(self):
+        def with_tag(tag, kind, old, new):
+            return raw.replace(struct.pack("<HHII", tag, kind, 1, old), struct.pack("<HHII", tag, kind, 1, new))
+
+        raw, width = self.read("raw.tif"), self.whole.width
+        made = {"cut": raw[:-1], "head": raw[:60], "mm": b"MM\0*" + raw[4:], "text": b"Dear reader,\n", "empty": b"",
+                "lzw": with_tag(259, 3, 1, 5), "samples": with_tag(277, 3, 1, 7), "full": bytes(2 * width),
+                "wide": with_tag(256, 4, width, 1 << 31), "short": bytes(2 * width - 2), "odd": bytes(2 * width + 1),
+                "huge.pnm": b"P5\n100000 100000\n255\n" + bytes(64), "bad.pnm": self.read("front.pnm")[:40],
+                "bad.png": b"\x89PNG\r\n\x1a\n" + bytes(60), "bad.jpg": b"\xff\xd8\xff\xe0" + bytes(60)}
+        for name, data in made.items():
+            (self.dir / name).write_bytes(data)
+        (self.dir / "link").symlink_to("nowhere")
+        self.tool("simulate front.pnm rear.pnm -o other.tif --make Somebody")
+        self.tool("simulate front.pnm rear.pnm -o colour.tif --colour")
+        for code, form, values in REFUSALS:
+            for value in values.split(", "):
+                sentence = self.tool(form.format(value), code=code).stderr.decode()
+                if code != 2 and "{}" in form:
+                    self.assertTrue(sentence.startswith(f"zelimp: {value}: "), sentence)
+        with open("/dev/full", "wb") as full:
+            self.tool("process scan.tif -o - --preview y", code=5, stdout=full)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -237,7 +237,7 @@ TEST(Checked, refuses_options_out_of_range) {
       {"running index",
        [&] { zelimp::descramble(as_input(colour), {.swap_sides = false, .white = eighteen, .black = twelve}); }},
       {"half of one column", [&] { zelimp::process_scan(as_input(narrow), {.side = Side::front}); }},
-      {"threshold", [&] { zelimp::process_scan(as_input(grey), {.threshold = 256}); }},
+      {"threshold", [&] { zelimp::process_scan(as_input(grey), {.threshold = 257}); }},
       {"format", [&] { zelimp::process_scan(as_input(grey), {.format = static_cast<Format>(99)}); }},
       {"side", [&] { zelimp::process_scan(as_input(grey), {.side = static_cast<Side>(-1)}); }},
       {"rotation", [&] { zelimp::process_scan(as_input(grey), {.rotation = static_cast<Rotation>(3)}); }},

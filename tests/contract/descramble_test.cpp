@@ -53,8 +53,7 @@ static Result by_library(const Call& call, const Bytes& src, Bytes dst) {
   const auto& [colour, calibrated, width, rows, lag, halve, white, black] = call;
   const unsigned w = static_cast<unsigned>(width), l = static_cast<unsigned>(lag);
   const auto [white1, white2, white3] = white;
-  const unsigned char* const in = src.data();
-  unsigned char* const to = &dst[kMargin];
+  const auto [in, to] = std::pair(src.data(), &dst[kMargin]);
   unsigned n = 7;
   const unsigned status =
       calibrated && colour
@@ -70,9 +69,8 @@ static void check_all(bool colour, bool calibrated, int halve = 0) {
   constexpr std::size_t kEntries = 6300;
   const Bytes src = noise(3 * 6 * 2100, 77), random = noise(4 * kEntries, 78);
   std::vector<unsigned short> levels;
-  for (std::size_t i = 0; i < 4 * kEntries; ++i) {
-    const int level = i < kEntries ? random[i] * 2 / 3 : i % 5 == 0 ? random[i] * 257 : 100 + random[i];
-    levels.push_back(static_cast<unsigned short>(level));
+  for (unsigned i = 0; i < 4 * kEntries; ++i) {
+    levels.push_back(0xFFFF & (i < kEntries ? random[i] * 2u / 3 : i % 5 == 0 ? random[i] * 257u : 100u + random[i]));
   }
   for (int k = 0; k < 4 * 13 * 8 * 11 * (calibrated ? 4 : 1); ++k) {
     Tarsis_7200 = k % 2 != 0 ? 9 : 0;
@@ -80,9 +78,7 @@ static void check_all(bool colour, bool calibrated, int halve = 0) {
     const int width = std::array{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 38, 530, 2100}[k / 4 % 13], tables = k / 4576;
     const int rows = k / 52 % 8 - 1, lag = k / 416 % 11 - 2;
     Call call = {colour, calibrated, width, rows, lag, halve, {}, tables < 2 ? nullptr : levels.data()};
-    for (std::size_t i = 0; i < 3; ++i) {
-      if (tables != 0 && (tables != 2 || i != 0)) call.white[i] = &levels[(i + 1) * kEntries];
-    }
+    for (std::size_t i = tables == 2; i < 3 && tables != 0; ++i) call.white[i] = &levels[(i + 1) * kEntries];
     const Bytes dst = untouched(static_cast<std::size_t>(std::max(rows, 0) * width * (colour ? 3 : 1)));
     EXPECT_EQ(by_library(call, src, dst), walked(call, src, dst)) << width << " x " << rows << ", lag " << lag;
   }
@@ -92,14 +88,14 @@ static void check_all(bool colour, bool calibrated, int halve = 0) {
 TEST(Descramble, descramble_layouts) { check_all(false, false); }
 TEST(Descramble, descramble_colour_tail_rows) { check_all(true, false); }
 TEST(Descramble, cal_mono_table_index_and_cal_mono_statuses) { check_all(false, true); }
-TEST(Descramble, cal_mono_halving) {
-  for (const int halve : {1, 2, -1}) check_all(false, true, halve);
-}
+TEST(Descramble, cal_mono_halving) { check_all(false, true, 1), check_all(false, true, 2), check_all(false, true, -1); }
 TEST(Descramble, cal_colour_running_index_and_cal_colour_plane_order) { check_all(true, true); }
 
-TEST(Descramble, levels) {
-  const unsigned short white[] = {200, 250, 60}, black[] = {50, 0, 70};
-  EXPECT_EQ(Calibrate_ONE_Pixel(100, white, black, 0), 85);
-  EXPECT_EQ(Calibrate_ONE_Pixel(251, white, black, 1), -1);
-  EXPECT_EQ(Calibrate_ONE_Pixel(100, white, black, 2), 30);
+TEST(Descramble, one_sample_is_corrected) {
+  const unsigned short white[] = {200, 250, 60, 60}, black[] = {50, 0, 60, 70};
+  const int kCases[][3] = {{100, 0, 85}, {50, 0, 0}, {251, 1, -1}, {250, 1, 255}, {100, 2, 40}, {100, 3, 30}};
+  for (const auto& [sample, index, want] : kCases) {
+    EXPECT_EQ(Calibrate_ONE_Pixel(static_cast<unsigned char>(sample), white, black, index), want) << sample;
+  }
+  EXPECT_EQ(Calibrate_ONE_Pixel(7, nullptr, black, 0) + Calibrate_ONE_Pixel(7, white, nullptr, 0), 14);
 }

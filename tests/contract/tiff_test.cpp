@@ -13,8 +13,7 @@ TEST(Tiff, tiff_odd_value_offsets) {
   in.directory_last = true;
   Bytes file = in.bytes(), got = untouched(want.size());
   TiffImage image;
-  EXPECT_EQ(image.load(file.data()) + image.load(file.data()) + image.save(&got[kMargin]) + image.save(&got[kMargin]),
-            0);
+  for (int twice = 0; twice < 2; ++twice) EXPECT_EQ(image.load(file.data()) + image.save(&got[kMargin]), 0);
   EXPECT_EQ(got, framed(want));
   EXPECT_TRUE(image.GetTiffSize() == want.size() && image.header->dataOffset % 2 != 0);
   image.clear();
@@ -36,33 +35,23 @@ TEST(Tiff, tiff_bit_depth_from_count_and_tiff_whole_resolution) {
   EXPECT_EQ(facts(file), std::tuple(3, 5, 24, 1, 1, 5, 1, 0.0, 2147483647.0, texts));
   file.set(258, 3, {}, 0).set(282, 5, {}, 0).add(283, 4, longs({300})).set(kStripOffsets, 4, longs({1, 2, 3}));
   EXPECT_EQ(facts(file), std::tuple(3, 5, 24, 1, 1, 5, 3, 0.0, 0.0, texts));
-  TiffHeader& h = *i.header;
-  h.setWidth(1), h.setHeight(2), h.setBitDepth(3), h.setCompression(4), h.setPhotometricInterp(6);
-  i.examineTiffTags();
-  EXPECT_TRUE(i.width == 1 && i.height == 2 && i.compression == 4 && i.photometric == 6);
-  EXPECT_TRUE(h.tags[1]->valueOffset == 1 && h.tags[3]->valueOffset == 3);  // the second width, the depth
-  file.version = 43;
-  EXPECT_EQ(h.loadHeader(file.bytes().data()), -42);
-  file.byte_order = 0x4D4D;
-  EXPECT_EQ(h.loadHeader(file.bytes().data()), -1);
-  EXPECT_EQ(facts(file), std::tuple(0, 0, 0, 0, 0, 0, 0, 0.0, 0.0, ""));
   i.header->setWidth(1);
-  EXPECT_TRUE(i.header->tags.empty());
+  EXPECT_EQ(i.header->tags[1]->valueOffset, 1u);  // the second of two
+  file.version = 43;
+  EXPECT_EQ(i.header->loadHeader(file.bytes().data()), -42);
+  file.byte_order = 0x4D4D;
+  EXPECT_EQ(i.header->loadHeader(file.bytes().data()), -1);
+  EXPECT_EQ(facts(file), std::tuple(0, 0, 0, 0, 0, 0, 0, 0.0, 0.0, ""));
   i.clear();
 }
 
-TEST(Tiff, strip_lists_and_tag_order) {
+TEST(Tiff, strip_lists) {
   TiffFile file;
   file.add(279, 3, shorts({1, 2})).add(279, 3, shorts({1, 2, 3}));
   file.add(279, 4, longs({9, 8})).add(279, 7, ascii("bytes"));
   TiffHeader header;
   header.loadHeader(file.bytes().data());
   EXPECT_EQ(header.getStripByteCounts(), (std::vector<unsigned>{0x20001, 1, 2, 3, 9, 8}));
-  header.clear();
-  std::vector<unsigned> order;
-  for (const int id : {256, 305, 293, 259, 1, 259}) header.addTag(id & 511, 4, 1, header.getHeaderSize(), 0, nullptr);
-  for (const TiffTag* tag : header.tags) order.insert(order.end(), {tag->tagID, tag->valueOffset});
-  EXPECT_EQ(order, (std::vector<unsigned>{1, 62, 256, 14, 259, 50, 259, 74, 293, 38, 305, 26}));
 }
 
 TEST(Tiff, tiff_short_description) {
@@ -78,15 +67,12 @@ TEST(Tiff, tiff_short_description) {
   };
   EXPECT_EQ(read(kMake, 24, 128), Read(24, "0123456789abcdefghijklmn"));
   EXPECT_EQ(read(kMake, 24, 10), Read(10, "0123456789"));
-  EXPECT_EQ(read(kMake, 4, 128), Read(4, "0123"));
   EXPECT_EQ(read(kMake, 3, 2), Read(2, "01"));
   EXPECT_EQ(read(kMake, 24, -1), Read(0, ""));
   EXPECT_EQ(read(270, 24, 10), Read(10, "0123456789"));
   EXPECT_EQ(read(270, 5, 128), Read(5, "01234"));
   EXPECT_EQ(read(270, 3, 128), Read(3, std::string("012\0", 4)));
-  EXPECT_EQ(read(270, 4, 2), Read(2, "01"));
   EXPECT_EQ(read(270, 24, 4), Read(4, std::string("\x31\0\0\0", 4)));  // the offset of the text
-  EXPECT_EQ(read(270, 24, 0), Read(0, ""));
 }
 
 TEST(TiffImage, load_accepts_and_refuses) {
@@ -95,41 +81,32 @@ TEST(TiffImage, load_accepts_and_refuses) {
   const TiffFile cases[] = {
       scan, make("Varnoke Resources, Inc\0more", 27), make("", 0).add(kMake, 2, text("Varnoke Industries, Inc")),
       TiffFile(scan).set(kStripOffsets, 3, {}, 1),
-      // refused:
-      make("Varnoke Industries, Inc.", 25), make("Varnoke Industries, Inc", 23), make("Varnoke Resources, Inc", 22),
-      make("Var", 3), TiffFile(scan).add(kMake, 2, text("other")), TiffFile(scan).erase(kMake),
-      TiffFile(scan).erase(kStripOffsets), TiffFile(scan).erase(279),
-      TiffFile(scan).set(kStripOffsets, 4, longs({300, 310})), TiffFile(scan).set(kStripOffsets, 3, shorts({300, 310})),
-      TiffFile(scan).set(kStripOffsets, 4, {}, 0), TiffFile(scan).add(kStripOffsets, 4, {}, 1),
-      TiffFile(scan).set(279, 3, shorts({10, 10})), TiffFile(scan).set(279, 7, ascii("12345678"))};
+      // Refused; the tests of the checked interface have more of them.
+      make("Varnoke Industries, Inc", 23), make("Var", 3), TiffFile(scan).add(kMake, 2, text("other")),
+      TiffFile(scan).set(kStripOffsets, 3, shorts({300, 310})), TiffFile(scan).set(kStripOffsets, 4, {}, 0),
+      TiffFile(scan).add(kStripOffsets, 4, {}, 1), TiffFile(scan).set(279, 7, ascii("12345678"))};
   TiffImage image;
   for (const TiffFile& file : cases) {
     const bool accepted = &file - cases < 4;
     Bytes bytes = file.bytes();
     image.image = nullptr;
     EXPECT_EQ(image.load(bytes.data()), accepted ? 0 : -1) << &file - cases;
-    EXPECT_EQ(image.GetImage(), accepted ? bytes.data() + bytes.size() - 20 : nullptr);
-    EXPECT_TRUE(image.GetImageSize() == 20 && image.width == 5);
+    EXPECT_TRUE(image.GetImage() == (accepted ? &bytes.end()[-20] : nullptr) && image.GetImageSize() == 20);
   }
   image.clear();
 }
 
 TEST(TiffImage, descrambling_shortens_the_image) {
-  // Operation, rows, lag, halving, rows that are left.
-  const std::array<unsigned, 5> cases[] = {{0, 6, 2, 0, 4}, {0, 6, 7, 0, 0},   {1, 6, 1, 0, 5}, {1, 6, 9, 0, 0},
-                                           {2, 6, 1, 0, 5}, {2, 99, 4, 1, 45}, {2, 6, 4, 1, 0}, {3, 6, 7, 0, 0}};
-  for (const auto& [operation, rows, lag, halving, left] : cases) {
-    const unsigned row_bytes = operation % 2 == 0 ? 8 : 24;
-    Bytes file = device_tiff(8, rows, row_bytes / 8, Bytes(row_bytes * rows)).bytes(), dst(file.size());
-    TiffImage image;
-    image.load(file.data());
-    if (operation == 0) image.DescrambleMono(dst.data(), lag);
-    if (operation == 1) image.DescrambleColor(dst.data(), lag);
-    if (operation == 2) image.DescrambleCalMono(dst.data(), lag, 0, 0, 0, 0, {}, {}, static_cast<int>(halving));
-    if (operation == 3) image.DescrambleCalColor(dst.data(), lag, 0, 0, 0, 0, {}, {}, {}, {});
-    EXPECT_EQ(image.header->getHeigth(), left) << operation << ", lag " << lag;
-    EXPECT_TRUE(image.height == left && image.imageSize == row_bytes * left);
-    image.clear();
+  for (const auto& [samples, lag, left] : {std::array{1u, 2u, 4u}, {1, 7, 0}, {3, 1, 5}, {3, 9, 0}}) {
+    Bytes file = device_tiff(8, 6, samples, noise(48 * samples, 1)).bytes(), dst(48 * samples), want = dst;
+    TiffImage i;
+    unsigned n;
+    i.load(file.data());
+    if (samples == 1) ZelIMPDescramble_mono(i.image, 0, want.data(), &n, 6, 8, static_cast<int>(lag));
+    if (samples == 3) ZelIMPDescramble_color(i.image, 0, want.data(), &n, 6, 8, lag);
+    samples == 1 ? i.DescrambleMono(dst.data(), lag) : i.DescrambleColor(dst.data(), lag);
+    EXPECT_TRUE(i.height == left && i.header->getHeigth() == left && i.imageSize == 8 * samples * left && dst == want);
+    i.clear();
   }
 }
 

@@ -10,7 +10,9 @@
 #include <algorithm>
 #include <cstdint>
 #include <initializer_list>
+#include <iterator>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -20,17 +22,13 @@ namespace zel::test {
 
 using Bytes = std::vector<std::uint8_t>;
 
-inline void append(Bytes& to, std::uint64_t value, int bytes) {
-  for (; bytes > 0; --bytes, value >>= 8) to.push_back(static_cast<std::uint8_t>(value));
-}
-inline void append(Bytes& to, const Bytes& more) {
-  for (const std::uint8_t byte : more) to.push_back(byte);
-}
+void append(Bytes& to, const auto&... parts) { (std::ranges::copy(parts, std::back_inserter(to)), ...); }
 
-// Values as they stand in a file. ascii: without a NUL of its own, text: with one.
-inline Bytes numbers(std::initializer_list<std::uint64_t> values, int bytes_each) {
+// Values as they stand in a file and in the memory of this machine, low byte first. ascii: without a NUL of its own,
+// text: with one.
+inline Bytes numbers(std::initializer_list<std::uint64_t> values, std::size_t bytes_each) {
   Bytes out;
-  for (const std::uint64_t value : values) append(out, value, bytes_each);
+  for (const auto& value : values) append(out, std::span(reinterpret_cast<const std::uint8_t*>(&value), bytes_each));
   return out;
 }
 inline Bytes shorts(std::initializer_list<std::uint64_t> values) { return numbers(values, 2); }
@@ -38,12 +36,10 @@ inline Bytes longs(std::initializer_list<std::uint64_t> values) { return numbers
 inline Bytes ascii(std::string_view s) { return {s.begin(), s.end()}; }
 inline Bytes text(std::string_view s) { return ascii(std::string(s) + '\0'); }
 
-inline constexpr std::uint16_t kMake = 271;
-inline constexpr std::uint16_t kStripOffsets = 273;
+inline constexpr std::uint16_t kMake = 271, kStripOffsets = 273;
 
 struct TiffEntry {
-  std::uint16_t id;
-  std::uint16_t type;
+  std::uint16_t id, type;
   std::uint32_t count;
   Bytes value;  // up to four bytes stand in the entry. Empty in tag 273: the place of the pixels
 };
@@ -51,8 +47,7 @@ struct TiffEntry {
 struct TiffFile {
   std::vector<TiffEntry> entries;  // in file order
   Bytes pixels;
-  std::uint16_t byte_order = 0x4949;
-  std::uint16_t version = 42;
+  std::uint16_t byte_order = 0x4949, version = 42;
   bool directory_last = false;  // pixels at 8, then values, then the directory
 
   // Adds an entry behind those with the same or a smaller number. Without a count it is that of the value's bytes.
@@ -77,35 +72,26 @@ struct TiffFile {
     for (const TiffEntry& e : entries) value_bytes += e.value.size() > 4 ? e.value.size() : 0;
     const std::size_t values_at = 8 + (directory_last ? pixels.size() : 6 + 12 * entries.size());
     const std::size_t pixels_at = directory_last ? 8 : values_at + value_bytes;
-    Bytes directory = shorts({entries.size()});
-    Bytes values;
+    Bytes file = shorts({byte_order, version}), directory = shorts({entries.size()}), values;
     for (const TiffEntry& e : entries) {
-      append(directory, shorts({e.id, e.type}));
-      append(directory, e.count, 4);
-      Bytes field = e.value;
+      Bytes field = e.id == kStripOffsets && e.value.empty() ? longs({pixels_at}) : e.value;
       if (e.value.size() > 4) {
         field = longs({values_at + values.size()});
         append(values, e.value);
-      } else if (e.id == kStripOffsets && e.value.empty()) {
-        field = longs({pixels_at});
       }
       field.resize(4);
-      append(directory, field);
+      append(directory, shorts({e.id, e.type}), longs({e.count}), field);
     }
-    append(directory, 0, 4);
-    Bytes file = shorts({byte_order, version});
-    append(file, directory_last ? values_at + value_bytes : 8, 4);
-    append(file, directory_last ? pixels : directory);
-    append(file, values);
-    append(file, directory_last ? directory : pixels);
+    append(directory, longs({0}));
+    directory_last ? append(file, longs({values_at + value_bytes}), pixels, values, directory)
+                   : append(file, longs({8}), directory, values, pixels);
     return file;
   }
 };
 
 // A scan as the device delivers it: samples 1 (grey) or 3 (colour), one strip. Two of its texts have an odd size.
 inline TiffFile device_tiff(std::uint32_t width, std::uint32_t height, std::uint32_t samples, Bytes pixels) {
-  TiffFile file;
-  file.pixels = std::move(pixels);
+  TiffFile file = {{}, std::move(pixels)};
   file.add(256, 3, shorts({width})).add(257, 4, longs({height}));
   file.add(258, 3, samples == 1 ? shorts({8}) : shorts({8, 8, 8})).add(259, 3, shorts({1}));
   file.add(262, 3, shorts({samples == 1 ? 1u : 2u})).add(270, 2, text("front and rear"));

@@ -4,6 +4,8 @@
 # multiply-add, SSE2 instead of x87. On i386 every function realigns the stack (see <ZelIMP/export.h>).
 add_library(zelimp_options INTERFACE)
 target_compile_options(zelimp_options INTERFACE -Wall -Wextra -Wconversion -Wshadow -Werror -ffp-contract=off)
+# What -Wconversion means to g++ in C++.
+target_compile_options(zelimp_options INTERFACE $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Wno-sign-conversion>)
 # The layout of exported classes is asserted with offsetof, which gcc has for classes with virtual functions too.
 target_compile_options(zelimp_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wno-invalid-offsetof>)
 

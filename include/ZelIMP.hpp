@@ -46,7 +46,9 @@ class ZELIMP_API Error : public std::runtime_error {
   std::optional<std::uint16_t> tag_;
 };
 
-// What a call accepts at most. Working memory is below 8 times the pixel bytes.
+// What a call accepts at most. Whatever these say, files are limited to 2 GiB - 1 MiB and directories to 65534 tags, so
+// that no size in a result leaves 32 bits. Working memory, the result included, is below 8 times the file's bytes, or
+// 12 times those of an image with a single row.
 struct Limits {
   std::uint64_t max_bytes = std::uint64_t{1} << 30;   // of the input file
   std::uint64_t max_pixels = std::uint64_t{1} << 28;  // width * height
@@ -69,7 +71,7 @@ struct Scan {
   std::uint32_t bit_depth = 0;  // bits a pixel: 8 grey, 24 colour
   std::uint16_t compression = 0;
   std::uint16_t photometric = 0;
-  double x_resolution = 0;  // whole dots per inch
+  double x_resolution = 0;  // whole dots per inch, or per unit of tag 296
   double y_resolution = 0;
   std::string make, model, description, software;  // cut at 80 bytes and at the first NUL
   bool from_device = false;                        // its Make value is the device's
@@ -79,15 +81,15 @@ struct Scan {
 };
 
 // Reads the facts of a little-endian TIFF that is wholly in memory, the device's or not: whatever keeps the library
-// from processing it is told in obstacle. Throws only when header, directory or a value lies outside the bytes
-// (not_loaded) or a limit is exceeded.
+// from processing it is told in obstacle. Throws only when header, directory or a value lies outside the bytes, when
+// the values together are larger than the file (both not_loaded), or when a limit is exceeded.
 ZELIMP_API Scan inspect(std::span<const std::byte> tiff, const Limits& limits = {});
 
 // inspect, and throws the obstacle when there is one.
 ZELIMP_API Scan read_scan(std::span<const std::byte> tiff, const Limits& limits = {});
 
 struct DescrambleOptions {
-  std::uint32_t lag = 0;    // lines by which channel B follows channel A, up to the rows (halving: half of them)
+  std::uint32_t lag = 0;  // lines by which channel B follows channel A, less than the rows (halving: than half of them)
   bool swap_sides = true;   // SWAP_SIDES of the flat interface, which explains both
   bool tarsis_7200 = true;  // Tarsis_7200
   int halve = 0;            // grey only: 0 all raw lines, 1 odd lines, others even lines

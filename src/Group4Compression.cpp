@@ -89,7 +89,7 @@ void Group4Compression::compressImage(const unsigned char* src, unsigned char* d
   width = static_cast<int>(pixelsPerRow);
   output = dst;
   // The caller promises room for the coded bytes, of which the kernel writes no more than there are.
-  const std::uint64_t most = 2 * std::uint64_t{pixelsPerRow} * height + 8;
+  const std::uint64_t most = 2 * std::uint64_t{pixelsPerRow} * height + height / 8 + 8;
   const auto room = static_cast<std::size_t>(std::min<std::uint64_t>(most, std::numeric_limits<std::size_t>::max()));
   outputLength =
       static_cast<unsigned int>(zel::kern::g4_encode(zel::ConstView(src, pixelsPerRow, height), {dst, room}));
@@ -109,7 +109,10 @@ void Group4Compression::convertImageTo1Bit(const unsigned char* src, unsigned ch
   *outSize = outputLength;
 }
 
-int Group4Compression::detectA1(int row, int a0) { return first_other(*this, row, a0, colour_at(*this, row, a0)); }
+int Group4Compression::detectA1(int row, int a0) {
+  if (a0 >= width) return width;
+  return first_other(*this, row, a0, colour_at(*this, row, a0));
+}
 
 int Group4Compression::detectA2(int row, int a1) {
   if (a1 + 1 >= width) return width;
@@ -117,7 +120,7 @@ int Group4Compression::detectA2(int row, int a1) {
 }
 
 int Group4Compression::detectB1(int row, int a0) {
-  if (row == 0) return width;
+  if (row == 0 || a0 >= width) return width;
   const unsigned char* const reference = row_of(*this, row - 1);
   const int colour = colour_at(*this, row, a0);
   int left = colour_at(*this, row - 1, a0);
@@ -135,7 +138,9 @@ int Group4Compression::detectB2(int row, int b1) {
 
 void Group4Compression::passModeCoding() { append(*this, passCode); }
 
-void Group4Compression::verticalModeCoding(int d) { append(*this, verticalCodes[d + 3]); }
+void Group4Compression::verticalModeCoding(int d) {
+  if (d >= -3 && d <= 3) append(*this, verticalCodes[d + 3]);
+}
 
 void Group4Compression::horizontalModeCoding(int row, int a0, int a1, int a2) {
   append(*this, spread(zel::kern::kHorizontal));

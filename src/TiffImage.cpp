@@ -139,7 +139,7 @@ int TiffImage::saveTagsAndHeader(unsigned char* file) {
 }
 
 int TiffImage::saveImageData(unsigned char* file) {
-  if (header != nullptr && imageSize != 0) std::memcpy(file + header->dataOffset, image, imageSize);
+  if (header != nullptr && image != nullptr) std::memcpy(file + header->dataOffset, image, imageSize);
   return 0;
 }
 

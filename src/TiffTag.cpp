@@ -79,8 +79,8 @@ void TiffTag::loadExtraTagData(const unsigned char* file) {
   setData(nullptr, 0);
   if (zel::tiff_value_is_inline(fieldType, count)) return;
   const std::uint64_t size = zel::tiff_value_bytes(fieldType, count);
-  // No memory holds a file in which such a value could lie.
-  if (size > std::numeric_limits<std::uint32_t>::max()) return;
+  // No memory holds a file in which a value of 2^32 bytes could lie.
+  if (size == 0 || size > std::numeric_limits<std::uint32_t>::max()) return;
   setData(file + valueOffset, static_cast<unsigned int>(size));
 }
 
@@ -102,8 +102,8 @@ int TiffTag::saveTag(unsigned char* file, unsigned int entryOffset, unsigned int
 }
 
 void TiffTag::setData(const unsigned char* src, unsigned int size) {
-  unsigned char* const copy = size == 0 ? nullptr : new unsigned char[size];
-  if (size != 0) std::copy_n(src, size, copy);
+  unsigned char* const copy = size == 0 ? nullptr : new unsigned char[size]();
+  if (src != nullptr) std::copy_n(src, size, copy);
   if (dataSize != 0) delete[] data;
   data = copy;
   dataSize = size;

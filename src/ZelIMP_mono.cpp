@@ -85,6 +85,7 @@ int removeImageNoise(unsigned char* image, int width, int height, int minCount) 
 }
 
 bool hasNeighbors(unsigned char* image, int width, int height, int minCount, int row, int col) {
+  if (row < 0 || row >= height || col < 0 || col >= width) return true;
   return zel::kern::has_neighbours(
       zel::ConstView(image, static_cast<std::size_t>(width), static_cast<std::size_t>(height)), minCount,
       static_cast<std::size_t>(row), static_cast<std::size_t>(col));

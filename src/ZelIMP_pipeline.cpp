@@ -136,8 +136,8 @@ void PipelineRun::reduce_and_code() {
   bilevel_ = bilevel;
   previous_.reset();
 
-  // Enough for the worst coding of any image, and for one bit a row where half of a single column is none.
-  coded_ = std::make_unique_for_overwrite<unsigned char[]>(checked_mul(bytes, 2) + image_.height + 8);
+  // Enough for the worst coding of any image, and for a row of no pixels, which still takes one bit.
+  coded_ = std::make_unique_for_overwrite<unsigned char[]>(checked_mul(bytes, 2) + image_.height / 8 + 8);
   image_.SetImage(mono);
   request_.format == kFormatGroup4 ? image_.compress(coded_.get()) : image_.convertTo1Bit(coded_.get());
   image_.SetImage(coded_.get());

@@ -29,7 +29,7 @@ Starts starts(ReadoutLayout layout, std::int64_t row_bytes) {
     return {row_bytes - 1, -1, 0};
   }
   // KEPT: with the sides swapped both channels start in the middle, so that channel B overwrites channel A and the left
-  // half is not written at all. No device is set up that way, and the layout stays as hosts know it: test
+  // half is not written at all. No device is set up that way; the combination has a fixed result all the same: test
   // descramble_layouts.
   return {half, 1, layout.swap_sides ? half : 0};
 }

@@ -21,7 +21,7 @@ class ZELIMP_API Group4Compression {
   Group4Compression();
 
   // Codes width x height pixels of src to dst: no end-of-line codes, no fill bits, EOFB at the end, zero bits up to a
-  // whole byte. *outSize: bytes written, which is all that dst needs (at most 2 * width * height + 8).
+  // whole byte. *outSize: bytes written, which is all that dst needs (at most 2 * width * height + height / 8 + 8).
   void compressImage(const unsigned char* src, unsigned char* dst, unsigned int* outSize, unsigned int width,
                      unsigned int height);
 
@@ -31,7 +31,7 @@ class ZELIMP_API Group4Compression {
                           unsigned int height);
 
   // Changing elements of row (coding line) and row - 1 (reference line; white before the first row). Positions run from
-  // -1 (a0 before the row) to width ("none found").
+  // -1 (a0 before the row) to width ("none found"); from width on nothing is found.
   int detectA1(int row, int a0);
   int detectA2(int row, int a1);
   int detectB1(int row, int a0);
@@ -39,7 +39,7 @@ class ZELIMP_API Group4Compression {
 
   // Append code bits to output.
   void passModeCoding();
-  void verticalModeCoding(int d);  // d = b1 - a1, -3 to 3
+  void verticalModeCoding(int d);  // d = b1 - a1, -3 to 3; others append nothing
   void horizontalModeCoding(int row, int a0, int a1, int a2);
   void endOfFacsimileBlock();
 

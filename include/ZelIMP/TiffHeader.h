@@ -52,7 +52,7 @@ class ZELIMP_API TiffHeader {
 
   // Value field of the first tag with the number named, as a raw 32-bit number; 0 when there is none.
   unsigned int getWidth() const;              // 256
-  unsigned int getHeigth() const;             // 257; the published spelling
+  unsigned int getHeigth() const;             // 257; spelled so
   unsigned int getBitDepth() const;           // 258; 24 whenever its count is not 1
   unsigned int getCompression() const;        // 259
   unsigned int getPhotometricInterp() const;  // 262

@@ -55,7 +55,7 @@ class ZELIMP_API TiffImage {
   unsigned int GetImageBitDepth() const;  // bits a pixel
   unsigned int GetImageSize() const;      // bytes at image
   unsigned short GetImageCompression() const;
-  double GetXRes() const;  // dots per inch, whole
+  double GetXRes() const;  // dots per unit of the file, whole
   double GetYRes() const;
   unsigned char* GetImage() const;
   void SetImage(unsigned char* pixels);  // no copy, no ownership
@@ -63,11 +63,11 @@ class ZELIMP_API TiffImage {
   char* GetModelString();
   char* GetDescriptionString();
   char* GetSoftwareString();
-  unsigned int GetTiffSize() const;  // bytes that save writes
+  unsigned int GetTiffSize() const;  // bytes that the next save writes
 
-  // Descramble the read-out into dst (imageSize bytes) with the routines of <ZelIMP/descramble.h>, which explains the
-  // arguments, and shorten the image by dropLines, the lag: height and imageSize become those of the result, 0 when
-  // dropLines exceeds the rows. With halveLines the height is (height - 2 * dropLines) / 2. Return 0.
+  // Descramble the read-out into dst (width * height * samples bytes) with the routines of <ZelIMP/descramble.h>, which
+  // explains the arguments, and shorten the image by dropLines, the lag: height and imageSize become those of the
+  // result, 0 when dropLines exceeds the rows. With halveLines the height is (height - 2 * dropLines) / 2. Return 0.
   int DescrambleMono(unsigned char* dst, unsigned int dropLines);
   int DescrambleColor(unsigned char* dst, unsigned int dropLines);
   int DescrambleCalMono(unsigned char* dst, unsigned int dropLines, unsigned int spare2, unsigned int spare3,
@@ -77,14 +77,15 @@ class ZELIMP_API TiffImage {
                          unsigned int spare4, unsigned int spare5, unsigned short* whitePlane1,
                          unsigned short* whitePlane2, unsigned short* whitePlane3, unsigned short* blackTable);
 
-  // Codes the 8-bit image as Group 4 into dst (at most 2 * width * height + 8 bytes). bitDepth becomes 1, compression
-  // 4; the header's tags likewise, with T6Options 0 added and PhotometricInterpretation 0 (white is zero). The
-  // photometric field stays as loaded. Returns 0.
+  // Codes the 8-bit image as Group 4 into dst (at most 2 * width * height + height / 8 + 8 bytes). bitDepth becomes 1,
+  // compression 4; the header's tags likewise, with T6Options 0 added and PhotometricInterpretation 0 (white is zero).
+  // The photometric field stays as loaded. Returns 0.
   int compress(unsigned char* dst);
   // Packs the 8-bit image to 1 bit a pixel (height * ((width + 7) / 8) bytes); bitDepth becomes 1. Returns 0.
   int convertTo1Bit(unsigned char* dst);
 
-  // Quarter turns: clockwise (90) and counter-clockwise (270); width and height are exchanged. dst: imageSize bytes.
+  // Quarter turns: clockwise (90) and counter-clockwise (270); width and height are exchanged. dst: as many bytes as
+  // the pixels have.
   int rotate90(unsigned char* dst);
   int rotate270(unsigned char* dst);
   int rotate90color(unsigned char* dst);

@@ -33,7 +33,7 @@ class ZELIMP_API TiffTag {
   // exactly dataSize: values are packed without padding. Returns 0.
   int saveTag(unsigned char* file, unsigned int entryOffset, unsigned int* extraOffset);
 
-  // Replaces the value copy by size bytes of src; setData(nullptr, 0) makes the value inline again.
+  // Replaces the value copy by size bytes of src (zeros when src is null); size 0 makes the value inline again.
   void setData(const unsigned char* src, unsigned int size);
 
   unsigned short getTagID() const;

@@ -34,7 +34,7 @@ ZELIMP_API int convertToMonoThreshold(unsigned char* src, unsigned char* dst, in
 ZELIMP_API int removeImageNoise(unsigned char* image, int width, int height, int minCount);
 
 // Whether the pixel at (row, col) is white, or its 3 x 3 block (clipped to the image), itself included, holds more than
-// minCount black pixels: (pixels of the block - minCount) * 255 > sum of the block.
+// minCount black pixels: (pixels of the block - minCount) * 255 > sum of the block. True outside the image.
 ZELIMP_API bool hasNeighbors(unsigned char* image, int width, int height, int minCount, int row, int col);
 
 // Window sums S(row, col): all pixels in rows row - half to row + half and columns col - half to col + half, clipped to

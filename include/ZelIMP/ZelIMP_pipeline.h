@@ -18,8 +18,9 @@ ZELIMP_C_BEGIN
  *
  *   tiff           8-bit grey or 24-bit colour, uncompressed, both faces side by side, descrambled; its offsets are
  *                  trusted. Not changed, unless side is 7: then the pixels of the left half are turned in place.
- *   output         room for the result: TIFF formats at most the input's header + 12 bytes for an added tag + the
- *                  pixels (formats 0 and 9: + 2 * pixels + 8); bitmap 1078 + (width + 3) / 4 * 4 * height
+ *   output         room for the result. TIFF: 14 + 12 for each tag and for one more + the bytes of all values outside
+ *                  the entries + the bytes of the strip (formats 0 and 9: of the coded image, at most 2 * pixels +
+ *                  height / 8 + 8). Bitmap: 1078 + (width + 3) / 4 * 4 * height
  *   outputSize     bytes written
  *   format         0 Group 4 TIFF (grey), 2 TIFF (colour), 9 TIFF with 1 bit a pixel (grey), 10 bitmap (grey; colour
  *                  gives a TIFF); other values: TIFF as it came. 3, 4, 7, 8 are not available in this version.

@@ -3,8 +3,8 @@
  *   ZELIMP_API      a published function, object or class: visible in the shared library.
  *   ZELIMP_C_BEGIN  opens a block of declarations with C linkage, ZELIMP_C_END closes it.
  *
- * On i386 the library is built so that every function realigns the stack: callers built for the old ABI keep it on 4
- * bytes only while vector code needs 16.
+ * On i386 the library is built so that every function realigns the stack: callers may keep it aligned to 4 bytes only,
+ * while vector code needs 16.
  */
 #ifndef ZELIMP_EXPORT_H
 #define ZELIMP_EXPORT_H

@@ -22,7 +22,7 @@ extern ZELIMP_API int m_prevSquareValue[ZELIMP_ROW_SUMS];
 struct timespec;
 extern ZELIMP_API struct timespec CounterStart;
 
-/* Kept for the hosts that link against it; nothing reads or writes it. */
+/* Part of the interface; nothing reads or writes it. */
 extern ZELIMP_API double PCFreq;
 
 ZELIMP_C_END

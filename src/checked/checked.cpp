@@ -71,6 +71,12 @@ std::optional<Error> find_obstacle(const TiffImage& image, std::uint64_t file_by
   return std::nullopt;
 }
 
+// Room for a result; std::bad_alloc where it is more than a vector holds.
+std::vector<std::byte> room_for(std::uint64_t bytes) {
+  if (bytes > std::vector<std::byte>().max_size()) throw std::bad_alloc();
+  return std::vector<std::byte>(static_cast<std::size_t>(bytes));
+}
+
 zel::Kind kind_of(const Scan& scan) { return scan.bit_depth == 8 ? zel::Kind::grey : zel::Kind::colour; }
 
 [[noreturn]] void bad_argument(const std::string& sentence) { throw Error(Status::bad_argument, sentence); }
@@ -217,7 +223,7 @@ std::vector<std::byte> descramble(std::span<const std::byte> tiff, const Descram
   load(image, tiff);
   // The pixels go where the file wants them. They start as zeros, which is what remains of samples no channel writes.
   const std::size_t header_bytes = image.header->getHeaderSize();
-  std::vector<std::byte> result(header_bytes + scan.pixels.size());
+  std::vector<std::byte> result = room_for(std::uint64_t{header_bytes} + scan.pixels.size());
   auto* const file = reinterpret_cast<unsigned char*>(result.data());
   const zel::Readout readout = {image.image, file + header_bytes, scan.height, scan.width};
   if (kind_of(scan) == zel::Kind::grey) {
@@ -227,7 +233,7 @@ std::vector<std::byte> descramble(std::span<const std::byte> tiff, const Descram
   }
   zel::set_rows(image, rows, zel::samples_of(kind_of(scan)));
   image.saveTagsAndHeader(file);
-  result.resize(image.GetTiffSize());
+  result.resize(header_bytes + image.imageSize);
   return result;
 }
 
@@ -242,7 +248,7 @@ std::vector<std::byte> process_scan(std::span<const std::byte> tiff, const Proce
   load(image, tiff);
   zel::PipelineRun run(image, kind_of(scan), request);
   run.run();
-  std::vector<std::byte> result(static_cast<std::size_t>(zel::output_bytes(image, kind_of(scan), request.format)));
+  std::vector<std::byte> result = room_for(zel::output_bytes(image, kind_of(scan), request.format));
   unsigned int size = 0;
   zel::write_output(image, kind_of(scan), request.format, reinterpret_cast<unsigned char*>(result.data()), &size);
 

@@ -1,5 +1,7 @@
 #include "checked/tiff_check.hpp"
 
+#include <algorithm>
+
 #include "TiffTag.hpp"
 #include "base/bytes.hpp"
 #include "tiff_tags.hpp"
@@ -9,6 +11,11 @@ namespace {
 
 constexpr std::uint64_t kHeaderBytes = 8;
 constexpr std::uint64_t kEntryBytes = 12;
+
+// Ceilings of the limits. A result has at most the entries, the values and the strip of its input, the last two each as
+// large as the file: within these its size, and every offset in it, fits 32 bits. One tag may be added.
+constexpr std::uint64_t kMostBytes = 0x7FF00000;
+constexpr std::uint32_t kMostTags = 65534;
 
 // The bytes of a file with bounds: whoever reads has asked before.
 class Bytes {
@@ -37,6 +44,7 @@ Tag checked_tag(const Bytes& file, std::uint64_t entry) {
   const std::uint64_t size = zel::tiff_value_bytes(tag.type, tag.count);
   const bool in_entry = zel::tiff_value_is_inline(tag.type, tag.count);
   tag.offset = in_entry ? entry + 8 : zel::load_u32(file.at(entry + 8));
+  if (size == 0) return tag;
   if (!file.holds(tag.offset, size)) {
     throw Error(Status::not_loaded,
                 "the value of a tag, " + std::to_string(size) + " bytes, lies outside the file of " +
@@ -51,9 +59,10 @@ Tag checked_tag(const Bytes& file, std::uint64_t entry) {
 
 std::vector<Tag> checked_tags(std::span<const std::byte> tiff, const Limits& limits) {
   const Bytes file(tiff);
-  if (file.size() > limits.max_bytes) {
+  const std::uint64_t max_bytes = std::min(limits.max_bytes, kMostBytes);
+  if (file.size() > max_bytes) {
     throw Error(Status::over_limit, "the file has " + std::to_string(file.size()) + " bytes, more than the limit of " +
-                                        std::to_string(limits.max_bytes));
+                                        std::to_string(max_bytes));
   }
   if (file.size() < kHeaderBytes) {
     throw Error(Status::not_loaded, "the file has " + std::to_string(file.size()) + " bytes and no TIFF header");
@@ -75,11 +84,12 @@ std::vector<Tag> checked_tags(std::span<const std::byte> tiff, const Limits& lim
     throw Error(Status::not_loaded, "the directory of " + std::to_string(count) + " tags ends outside the file",
                 directory);
   }
-  if (count > limits.max_tags) {
-    throw Error(Status::over_limit,
-                "the directory has " + std::to_string(count) + " tags, more than the limit of " +
-                    std::to_string(limits.max_tags),
-                directory);
+  const std::uint32_t max_tags = std::min(limits.max_tags, kMostTags);
+  if (count > max_tags) {
+    throw Error(
+        Status::over_limit,
+        "the directory has " + std::to_string(count) + " tags, more than the limit of " + std::to_string(max_tags),
+        directory);
   }
   std::vector<Tag> tags;
   tags.reserve(static_cast<std::size_t>(count));

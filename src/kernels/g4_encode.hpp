@@ -3,8 +3,8 @@
 //   src      any stride; white is 255, black 0, at most 2^31 - 5 pixels wide. With other values every change of the
 //            byte value ends a run, and a run that does not begin with 255 counts as black, but the second run of a
 //            horizontal mode has the colour opposite to the first
-//   dst      at least 2 * width * height + 8 bytes, must not overlap src; only the bytes returned are written
-//   returns  coded bytes: the rows back to back, EOFB, zero bits up to a whole byte
+//   dst      at least 2 * width * height + height / 8 + 8 bytes, must not overlap src; only the bytes returned are
+//   written returns  coded bytes: the rows back to back, EOFB, zero bits up to a whole byte
 //
 // Exact. Cost: one read per pixel, the rest per colour change; two rows of change positions are allocated.
 // Method: the positions where a row's bytes change are listed once; a list serves as coding line, then as reference

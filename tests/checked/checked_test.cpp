@@ -111,6 +111,15 @@ TEST(Checked, descramble_gives_the_bytes_of_the_image_object) {
   SWAP_SIDES = Tarsis_7200 = 1;
 }
 
+// A value that takes part in the header's size only until the file is written, and one of no bytes with an offset of
+// nowhere.
+TEST(Checked, odd_values_keep_the_result_whole) {
+  const Bytes file = scan(6, 4, 1).set(278, 4, longs({4, 4})).add(400, 5, longs({0xFFFFFFF0}), 0).bytes();
+  const auto result = zelimp::descramble(as_input(file));
+  EXPECT_EQ(zelimp::read_scan(result).pixels.size(), 24u);
+  EXPECT_EQ(&zelimp::read_scan(result).pixels.back(), &result.back());
+}
+
 TEST(Checked, inspect_tells_facts_of_any_tiff) {
   const Bytes file = scan(6, 4, 3).bytes();
   const zelimp::Scan facts = zelimp::inspect(as_input(file));

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <iomanip>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -48,11 +49,19 @@ ordered_json facts_of(const zelimp::Scan& scan) {
   return facts;
 }
 
+// Whether the resolutions are per centimetre.
+bool is_metric(const zelimp::Scan& scan) {
+  constexpr int kResolutionUnit = 296, kCentimetre = 3;
+  return std::ranges::any_of(scan.tags, [](const zelimp::Tag& tag) {
+    return tag.id == kResolutionUnit && !tag.value.empty() && std::to_integer<int>(tag.value[0]) == kCentimetre;
+  });
+}
+
 std::string as_text(const std::string& name, const zelimp::Scan& scan) {
   constexpr std::size_t kLongest = 60;
   std::ostringstream text;
   text << name << ": " << scan.width << " x " << scan.height << " pixels, bit depth " << scan.bit_depth << ", "
-       << scan.x_resolution << " x " << scan.y_resolution << " dpi\n"
+       << scan.x_resolution << " x " << scan.y_resolution << (is_metric(scan) ? " dots per cm\n" : " dpi\n")
        << "from the device: " << (scan.from_device ? "yes" : "no") << "\n"
        << "descramble and process: "
        << (scan.obstacle ? std::string("refused, ") + scan.obstacle->what() : std::string("possible")) << "\n";

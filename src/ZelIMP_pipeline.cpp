@@ -97,8 +97,9 @@ void PipelineRun::select_side() {
     image_.SetImage(dst);
   } else if (request_.side == kFlipLeftHalf) {
     if (!request_.turn_pixels_in_place) {
-      const unsigned char* const src = image_.image;
-      image_.SetImage(std::copy_n(src, image_.imageSize, new_pixels(image_.imageSize)) - image_.imageSize);
+      unsigned char* const copy = new_pixels(image_.imageSize);
+      std::copy_n(image_.image, image_.imageSize, copy);
+      image_.SetImage(copy);
     }
     grey ? image_.FlipOneSide() : image_.FlipOneSideColor();
   }

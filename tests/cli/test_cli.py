@@ -1,21 +1,15 @@
 #!/usr/bin/env python3
-# End-to-end tests of the tool, whose program file ZELIMP names. Pillow reads what it writes: its decoders are not ours.
+# End-to-end tests of the tool. Pillow reads what it writes: its decoders are not ours.
 
-import io
 import itertools
 import json
-import os
-import pathlib
-import random
 import struct
 import subprocess
-import tempfile
 import unittest
 
 from PIL import Image
+from support import BED, TOOL, ToolTest, noise
 
-TOOL = os.environ.get("ZELIMP", "zelimp")
-BED = 12
 LAYOUTS = ("--model 1 --swap-sides 1", "--model 1 --swap-sides 0", "--model 0 --swap-sides 0")
 
 # Exit code, command, and what stands for {} in it, one after the other: except for usage errors a file, which the
@@ -28,7 +22,13 @@ REFUSALS = (
     (1, "descramble raw.tif -o x --white full --black {}", "short"),
     (2, "{}", ", polish, --fast, info, simulate - - -o x, descramble - -o x --white - --black full"),
     (2, "descramble raw.tif -o x {}", "more, --lag 252, --lag -1, --lag x, --halve 3, --model 2, --white full"),
-    (2, "process a -o x {}", "--format jpeg, --threshold x, --threshold 257, --threshold 9 --format bmp, --preview x"),
+    (2, "process a -o x {}", "--format gif, --threshold x, --threshold 257, --threshold 9 --format bmp, --preview x, "
+        "--quality 50, --format jfif --quality 0, --lag 1, --raw --white w, --deskew maybe, --crop-left 1, --steps x, "
+        "--crop auto --crop-length 9, --crop fixed --crop-distance 9, --crop fixed --crop-length 0, --json --preview -"),
+    (2, "process scan.tif {} --json", "-o -"),
+    (2, "process scan.tif -o x --steps y --preview z {}", "--crop auto --side front, --crop auto"),
+    (2, "process colour.tif -o x --format tiff --side front --steps y {}", "--deskew on, --deskew on --crop auto"),
+    (2, "wrap raw.tif -o x {}", "--width 3, --width 3 --height 4, --width 0 --height 1"),
     (2, "simulate a b -o x {}", "--skew nan, --model 0, --gain 3, --colour --swap-sides 0 --white w --black b"),
     (3, "descramble {} -o x", "lzw"),
     (3, "process {} -o x --format tiff --preview y", "samples"),  # the library ignores that tag, the preview cannot
@@ -38,23 +38,11 @@ REFUSALS = (
     (5, "descramble raw.tif -o {}", "scan.tif, link, nowhere/x, raw.tif/x"),
     (5, "descramble raw.tif --force -o {}", "., link"),
     (5, "process scan.tif -o - --preview {}", "raw.tif"),
+    (5, "process scan.tif -o x --steps {}", "raw.tif, nowhere/x"),
     (6, "process {} -o x --preview y", "wide"),
     (6, "simulate {} rear.pnm -o x", "huge.pnm"),
     (6, "simulate front.pnm rear.pnm -o x --margin 10000", "the page"),
 )
-
-
-def noise(size, mode, seed):
-    return Image.frombytes(mode, size, random.Random(seed).randbytes(size[0] * size[1] * len(mode)))
-
-
-# Both faces side by side, each in the middle of its half.
-def page(front, rear, margin):
-    half, rows = (max(front.size[i], rear.size[i]) + 2 * margin for i in (0, 1))
-    whole = Image.new(front.mode, (2 * half, rows), (BED,) * len(front.mode))
-    for face, start in ((front, 0), (rear, half)):
-        whole.paste(face, (start + (half - face.width) // 2, (rows - face.height) // 2))
-    return whole
 
 
 # What process makes of a page.
@@ -67,45 +55,12 @@ def view(whole, side, degrees):
     return image.rotate(-degrees, expand=True)
 
 
-class CliTest(unittest.TestCase):
+class CliTest(ToolTest):
     def setUp(self):
-        self.dir = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
+        super().setUp()
         # Blocks of some 7 x 8 pixels that lie askew: no noise filter takes anything from them, and their edges give
         # Group 4 more to do than straight ones. No size is a multiple of 8.
         self.whole = self.scan(*(noise((i, 20), "L", i).resize((7 * i, 155), Image.BOX).rotate(10) for i in (21, 19)))
-
-    def tool(self, command, stdin=b"", code=0, stdout=subprocess.PIPE):
-        before = self.files()
-        done = subprocess.run([TOOL, *command.split()], input=stdin, stdout=stdout, stderr=subprocess.PIPE,
-                              cwd=self.dir, timeout=300)
-        self.assertEqual(done.returncode, code, (command, done.stderr))
-        if code:
-            self.assertRegex(done.stderr, rb"\Azelimp: [^\n]+\n\Z", command)
-            self.assertFalse(done.stdout, command)
-            self.assertEqual(self.files(), before, command)
-        return done
-
-    # Makes raw.tif and scan.tif; undo is for both commands. Returns the page.
-    def scan(self, front, rear, margin=48, how="", undo=""):
-        front.save(self.dir / "front.pnm")
-        rear.save(self.dir / "rear.pnm")
-        how = f"--margin {margin} --bed {BED} --dpi 240 {how} {undo}" + " --colour" * (front.mode == "RGB")
-        self.tool(f"simulate front.pnm rear.pnm -o raw.tif --force {how}")
-        self.tool(f"descramble raw.tif -o scan.tif --force {undo}")
-        return page(front, rear, margin)
-
-    def files(self):
-        return {path.name: path.is_file() and hash(path.read_bytes()) for path in self.dir.iterdir()}
-
-    def read(self, name):
-        return (self.dir / name).read_bytes()
-
-    def picture(self, name):
-        return Image.open(io.BytesIO(self.read(name)))
-
-    def assert_picture(self, name, wanted, case):
-        picture = self.picture(name).convert(wanted.mode)
-        self.assertEqual((picture.size, hash(picture.tobytes())), (wanted.size, hash(wanted.tobytes())), (name, case))
 
     def test_descrambling_restores_the_page(self):
         sizes = (((40, 30), (40, 30), 6), ((37, 21), (24, 33), 0), ((8, 5), (9, 4), 3))
@@ -188,7 +143,7 @@ class CliTest(unittest.TestCase):
         self.assertEqual((self.dir / "scan.tif").stat().st_mode, (self.dir / "rear.pnm").stat().st_mode)
 
     def test_a_file_that_appears_meanwhile_stays(self):
-        with subprocess.Popen([TOOL, "process", "-", "-o", "x", "--preview", "y"], stdin=subprocess.PIPE,
+        with subprocess.Popen([TOOL, "process", "-", "-o", "x", "--preview", "y", "--steps", "z"], stdin=subprocess.PIPE,
                               stderr=subprocess.DEVNULL, cwd=self.dir) as running:
             running.stdin.write(self.read("scan.tif"))  # more than a pipe holds: the tool has begun to read
             (self.dir / "y").write_bytes(b"mine")

@@ -68,9 +68,7 @@ void run(Options& options) {
     outputs.push_back({options.black, table_bytes(result.black)});
   }
   write_outputs(outputs, options.common.force);
-  for (const Output& output : outputs) {
-    progress.step("wrote " + output.path + ", " + std::to_string(output.bytes.size()) + " bytes");
-  }
+  progress.wrote(outputs);
 }
 
 }  // namespace

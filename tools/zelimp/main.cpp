@@ -26,6 +26,8 @@ int main(int argc, char** argv) {
   tool::add_info(program);
   tool::add_descramble(program);
   tool::add_process(program);
+  tool::add_wrap(program);
+  tool::add_describe(program);
   program.footer(
       "Example, from two pictures to the front face as Group 4 TIFF:\n"
       "  zelimp simulate front.png rear.png -o raw.tif --lag 8\n"

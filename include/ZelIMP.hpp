@@ -195,8 +195,8 @@ struct ProcessReport {
   std::uint32_t height = 0;
   std::uint32_t bit_depth = 0;
   std::optional<double> black_share = {};  // bi-level formats: black pixels / pixels
-  // Radians. found: of a grey scan positive, of a colour scan positive when the face lies turned counter-clockwise; none
-  // when it was not looked for or not acceptable (grey). corrected: the same angle, when it was corrected.
+  // Radians. found: of a grey scan positive, of a colour scan positive when the face lies counter-clockwise; none when
+  // it was not looked for or, grey, not acceptable. corrected: the same angle, when it was corrected.
   std::optional<double> skew_found = {};
   std::optional<double> skew_corrected = {};
   std::optional<Border> border = {};  // grey scans with a skew

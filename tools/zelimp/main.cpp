@@ -19,7 +19,7 @@ int main(int argc, char** argv) {
   // A reader that goes away is a write that fails, and ends like any other.
   signal(SIGPIPE, SIG_IGN);
 
-  CLI::App program("Scans of the document and cheque scanner: simulate, inspect, descramble, process.", "zelimp");
+  CLI::App program("Scans of the document and cheque scanner: simulate, inspect, descramble, process, wrap.", "zelimp");
   program.set_version_flag("--version", std::string("zelimp ") + zelimp::version());
   program.require_subcommand(1);
   tool::add_simulate(program);

@@ -43,7 +43,7 @@ constexpr Colour kBorderColour = {255, 0, 0};
 constexpr Colour kBoxColour = {0, 190, 0};
 
 // Of lines that stay visible when the picture is shown small.
-std::uint32_t line_width(const zelimp::StepImage& image) { return 1 + std::max(image.width, image.height) / 400; }
+std::uint32_t line_width(const zelimp::StepImage& image) { return 1 + std::max(image.width, image.height) / 300; }
 
 zelimp::StepImage image_of(const zelimp::Scan& scan) {
   return {scan.width, scan.height, scan.bit_depth / 8, scan.pixels};

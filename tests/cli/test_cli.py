@@ -30,7 +30,7 @@ REFUSALS = (
     (2, "descramble raw.tif -o x {}", "more, --lag 252, --lag -1, --lag x, --halve 3, --model 2, --white full"),
     (2, "process a -o x {}", "--format gif, --threshold x, --threshold 257, --threshold 9 --format bmp, --preview x, "
         "--quality 50, --format jfif --quality 0, --lag 1, --raw --white w, --deskew maybe, --crop-left 1, --steps x, "
-        "--crop auto --crop-length 9, --crop fixed --crop-distance 9, --crop fixed --crop-length 0, --preview - --json"),
+        "--crop fixed --crop-distance 9, --crop fixed --crop-length 0, --preview - --json"),
     (2, "process scan.tif -o x --steps y {}", "--crop auto --side front, --crop auto"),
     (2, "process colour.tif -o x --format tiff --side front --steps y {}", "--deskew on, --deskew on --crop auto"),
     (2, "wrap raw.tif -o x {}", "--width 3, --width 3 --height 4, --width 0 --height 1"),

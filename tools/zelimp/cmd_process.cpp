@@ -202,7 +202,8 @@ void add_process(CLI::App& program) {
   command.add_option("-o,--output", options->output, "Image to write, - standard output")->required();
   add_image_options(command, *options);
   command.add_option("--preview", options->preview, "Also decode the image and write it as PNG");
-  command.add_option("--steps", options->steps, "Also write what each step made as PNG into this folder");
+  command.add_option("--steps", options->steps, "Also write what each step made as PNG into this folder")
+      ->type_name("DIR");
   command.add_flag("--json", options->json, "Tell what was found and made on standard output, as JSON");
   add_common(command, options->common);
   CLI::Option* raw = command.add_flag("--raw", options->raw, "SCAN is a raw read-out: descramble it first");

@@ -11,6 +11,7 @@
 
 #include <ZelIMP/ZelIMP_pipeline.h>
 #include <ZelIMP/ZelIMP_writers.h>
+#include <fcntl.h>
 #include <tiffio.h>
 #include <unistd.h>
 
@@ -60,40 +61,62 @@ TiffContent jpeg_content(const TiffImage& image, unsigned int quality) {
           effective_quality(quality)};
 }
 
-bool set_tags(TIFF* tif, const TiffContent& content) {
+bool set_numbers(TIFF* tif, const TiffContent& content) {
   const zel::PlainTiff& fields = content.fields;
-  const auto number = [tif](ttag_t tag, std::uint32_t value) { return TIFFSetField(tif, tag, value) == 1; };
-  const auto text = [tif](ttag_t tag, const char* value) {
-    return value == nullptr || TIFFSetField(tif, tag, value) == 1;
-  };
-  const bool set = TIFFMergeFieldInfo(tif, kPrivateFields, 1) == 0 && number(TIFFTAG_SUBFILETYPE, 0) &&
-                   number(TIFFTAG_IMAGEWIDTH, fields.width) && number(TIFFTAG_IMAGELENGTH, fields.height) &&
-                   number(TIFFTAG_BITSPERSAMPLE, 8) && number(TIFFTAG_SAMPLESPERPIXEL, fields.samples) &&
-                   number(TIFFTAG_PHOTOMETRIC, fields.samples == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK) &&
-                   number(TIFFTAG_ROWSPERSTRIP, fields.height) &&
-                   number(TIFFTAG_COMPRESSION, content.jpeg_quality ? COMPRESSION_JPEG : COMPRESSION_NONE) &&
-                   number(TIFFTAG_FILLORDER, FILLORDER_MSB2LSB) && number(TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG) &&
-                   number(TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH) && text(TIFFTAG_MAKE, fields.make) &&
-                   text(TIFFTAG_MODEL, fields.model) && text(TIFFTAG_IMAGEDESCRIPTION, fields.description) &&
-                   text(TIFFTAG_SOFTWARE, fields.software);
+  const auto set = [tif](ttag_t tag, std::uint32_t value) { return TIFFSetField(tif, tag, value) == 1; };
   // Refused when negative or not a number; the file goes without.
   TIFFSetField(tif, TIFFTAG_XRESOLUTION, fields.x_resolution);
   TIFFSetField(tif, TIFFTAG_YRESOLUTION, fields.y_resolution);
-  // KEPT: the quality is told in the private tag and nowhere else. libtiff is not asked for it and encodes with its
-  // own: test jpeg_tiff_tags_and_quality.
-  return set && (!content.jpeg_quality || number(kQualityTag, *content.jpeg_quality));
+  return TIFFMergeFieldInfo(tif, kPrivateFields, 1) == 0 && set(TIFFTAG_SUBFILETYPE, 0) &&
+         set(TIFFTAG_IMAGEWIDTH, fields.width) && set(TIFFTAG_IMAGELENGTH, fields.height) &&
+         set(TIFFTAG_BITSPERSAMPLE, 8) && set(TIFFTAG_SAMPLESPERPIXEL, fields.samples) &&
+         set(TIFFTAG_PHOTOMETRIC, fields.samples == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK) &&
+         set(TIFFTAG_ROWSPERSTRIP, fields.height) &&
+         set(TIFFTAG_COMPRESSION, content.jpeg_quality ? COMPRESSION_JPEG : COMPRESSION_NONE) &&
+         set(TIFFTAG_FILLORDER, FILLORDER_MSB2LSB) && set(TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG) &&
+         set(TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
 }
 
-// Writes the one image of tif and closes it, whatever happens. A null tif could not be opened.
+// What becomes of tags when memory is short: libtiff may count one that its list has no room for, and it does not tell
+// that it could not copy a text.
+enum class Taken { all, not_all, list_broken };
+
+Taken set_tags(TIFF* tif, const TiffContent& content) {
+  if (!set_numbers(tif, content)) return Taken::not_all;
+  const zel::PlainTiff& fields = content.fields;
+  const std::pair<ttag_t, const char*> texts[] = {{TIFFTAG_MAKE, fields.make},
+                                                  {TIFFTAG_MODEL, fields.model},
+                                                  {TIFFTAG_IMAGEDESCRIPTION, fields.description},
+                                                  {TIFFTAG_SOFTWARE, fields.software}};
+  for (const auto& [tag, text] : texts) {
+    if (text == nullptr) continue;
+    const char* copy = nullptr;
+    if (TIFFSetField(tif, tag, text) != 1) return Taken::list_broken;
+    if (TIFFGetField(tif, tag, &copy) != 1 || copy == nullptr) return Taken::not_all;
+  }
+  // KEPT: the quality is told in the private tag and nowhere else. libtiff is not asked for it and encodes with its
+  // own: test jpeg_tiff_tags_and_quality.
+  const bool told = !content.jpeg_quality || TIFFSetField(tif, kQualityTag, *content.jpeg_quality) == 1;
+  return told ? Taken::all : Taken::list_broken;
+}
+
+bool can_be_written(const zel::PlainTiff& fields) {
+  return fields.width != 0 && fields.height != 0 && fields.bytes <= std::size_t{std::numeric_limits<tmsize_t>::max()};
+}
+
+// Writes the one image of tif and releases it; whatever it writes to stays open. A null tif could not be opened.
 bool write_tiff(TIFF* tif, const TiffContent& content) {
   if (tif == nullptr) return false;
+  const Taken taken = set_tags(tif, content);
+  // To release a broken list would free what happens to lie behind it: it stays.
+  if (taken == Taken::list_broken) return false;
   const auto size = static_cast<tmsize_t>(content.fields.bytes);
   // libtiff would only change the pixels to turn the order of bits or bytes around.
   void* const pixels = const_cast<unsigned char*>(content.fields.pixels);
-  const bool written = content.fields.bytes <= std::size_t{std::numeric_limits<tmsize_t>::max()} &&
-                       set_tags(tif, content) && TIFFWriteEncodedStrip(tif, 0, pixels, size) == size &&
-                       TIFFFlush(tif) == 1;
-  TIFFClose(tif);
+  const bool written =
+      taken == Taken::all && TIFFWriteEncodedStrip(tif, 0, pixels, size) == size && TIFFFlush(tif) == 1;
+  if (!written) TIFFSetMode(tif, O_RDONLY);  // or it would be tried again
+  TIFFCleanup(tif);
   return written;
 }
 
@@ -199,16 +222,13 @@ TIFF* open_tiff(MemoryFile& file) {
 #endif
 
 bool tiff_to_file(const TiffContent& content, const zel::Descriptor& file) {
-  const int fd = file.duplicate();  // libtiff closes the one it gets
-  if (fd < 0) return false;
   [[maybe_unused]] const QuietHandlers quiet;
-  TIFF* const tif = open_tiff(fd);
-  if (tif == nullptr) close(fd);
-  return write_tiff(tif, content);
+  return write_tiff(open_tiff(file.get()), content);
 }
 
 std::optional<Bytes> tiff_in_memory(const TiffContent& content) {
   constexpr std::size_t kTagBytes = 1024;
+  if (!can_be_written(content.fields)) return std::nullopt;
   MemoryFile file;
   if (!content.jpeg_quality) file.bytes.reserve(content.fields.bytes + kTagBytes);
   const bool written = write_tiff(open_tiff(file), content);
@@ -338,6 +358,7 @@ bool read_back(const zel::Descriptor& file, unsigned char* output, unsigned int*
 unsigned int status_of(bool done) { return done ? ZELIMP_OK : ZELIMP_TEMPORARY_FILE; }
 
 bool tiff_by_file(const TiffContent& content, unsigned char* output, unsigned int* output_size) {
+  if (!can_be_written(content.fields)) return false;
   const zel::Descriptor file = zel::open_temporary(kTiffName);
   const zel::WithoutFileSizeSignal no_signal;
   return file.is_open() && tiff_to_file(content, file) && read_back(file, output, output_size);

@@ -70,12 +70,14 @@ void deinterleave_colour_scalar(ConstView raw, MutableView a, MutableView b, std
 }
 
 void deinterleave_grey(ConstView raw, MutableView a, MutableView b, std::size_t lag, bool mirror_a) {
-  deinterleave_grey_scalar(raw, a, b, lag, mirror_a);
+  static const auto run = best(kDeinterleaveGrey);
+  run(raw, a, b, lag, mirror_a);
 }
 
 void deinterleave_colour(ConstView raw, MutableView a, MutableView b, std::size_t lag, bool mirror_a,
                          PlaneOrder order_a) {
-  deinterleave_colour_scalar(raw, a, b, lag, mirror_a, order_a);
+  static const auto run = best(kDeinterleaveColour);
+  run(raw, a, b, lag, mirror_a, order_a);
 }
 
 }  // namespace zel::kern

@@ -35,7 +35,8 @@ void flat_field_scalar(MutableView image, std::span<const std::uint16_t> white, 
 }
 
 void flat_field(MutableView image, std::span<const std::uint16_t> white, std::span<const std::uint16_t> black) {
-  flat_field_scalar(image, white, black);
+  static const auto run = best(kFlatField);
+  run(image, white, black);
 }
 
 }  // namespace zel::kern

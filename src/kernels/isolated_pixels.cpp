@@ -102,6 +102,9 @@ void isolated_pixels_scalar(MutableView image, int min_count) {
   }
 }
 
-void isolated_pixels(MutableView image, int min_count) { isolated_pixels_scalar(image, min_count); }
+void isolated_pixels(MutableView image, int min_count) {
+  static const auto run = best(kIsolatedPixels);
+  run(image, min_count);
+}
 
 }  // namespace zel::kern

@@ -93,7 +93,8 @@ void quarter_turn_scalar(ConstView src, MutableView dst, std::size_t samples, Tu
 }
 
 void quarter_turn(ConstView src, MutableView dst, std::size_t samples, Turn turn) {
-  quarter_turn_scalar(src, dst, samples, turn);
+  static const auto run = best(kQuarterTurn);
+  run(src, dst, samples, turn);
 }
 
 }  // namespace zel::kern

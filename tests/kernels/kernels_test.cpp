@@ -142,7 +142,9 @@ TEST(Kernels, isolated_pixels) {
     const GuardedImage image(s.width, s.height, s), model(s.width, s.height, s);
     random.fill_bilevel(image.bytes(), 8 + random.below(90), 1 + random.below(3));
     if (random.below(3) == 0) std::ranges::generate(image.bytes(), [&] { return random.below(4) * 85 % 251; });
-    const int min_count = std::array{INT_MIN, INT_MAX, -1, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9}[random.below(13)];
+    // A lone value other than 0 and 255, somewhere.
+    if (random.below(4) == 0) image.bytes()[random.below(image.bytes().size())] = random.byte();
+    const int min_count = std::array{INT_MIN, INT_MAX, -1, 0, 1, 2, 2, 2, 2, 3, 4, 5, 6, 7, 8, 9}[random.below(16)];
     std::ranges::copy(image.bytes(), model.bytes().begin());
     for (std::size_t i = 0; i < s.width * s.height; ++i) {
       const std::size_t row = i / s.width, col = i % s.width;

@@ -1,0 +1,35 @@
+#include "kernels/border_trace.hpp"
+
+#include <algorithm>
+
+namespace zel::kern {
+namespace {
+
+constexpr std::size_t kBlock = 64;
+
+std::uint8_t brightest(const std::uint8_t* pixels) {
+  std::uint8_t most = 0;
+  for (std::size_t k = 0; k < kBlock; ++k) most = std::max(most, pixels[k]);
+  return most;
+}
+
+}  // namespace
+
+std::size_t first_above_scalar(std::span<const std::uint8_t> row, int threshold) {
+  std::size_t x = 0;
+  while (x + kBlock <= row.size() && brightest(&row[x]) <= threshold) x += kBlock;
+  while (x < row.size() && row[x] <= threshold) ++x;
+  return x;
+}
+
+std::size_t last_above_scalar(std::span<const std::uint8_t> row, int threshold) {
+  std::size_t end = row.size();
+  while (end >= kBlock && brightest(&row[end - kBlock]) <= threshold) end -= kBlock;
+  while (end > 1 && row[end - 1] <= threshold) --end;
+  return end - std::min<std::size_t>(end, 1);
+}
+
+std::size_t first_above(std::span<const std::uint8_t> row, int threshold) { return first_above_scalar(row, threshold); }
+std::size_t last_above(std::span<const std::uint8_t> row, int threshold) { return last_above_scalar(row, threshold); }
+
+}  // namespace zel::kern

@@ -4,21 +4,27 @@
 #include <algorithm>
 #include <array>
 #include <climits>
+#include <cmath>
 #include <iostream>
 #include <numeric>
 #include <vector>
 
 #include "../support/guarded_image.hpp"
 #include "kernels/bit_pack.hpp"
+#include "kernels/border_trace.hpp"
 #include "kernels/box_threshold.hpp"
+#include "kernels/column_profile.hpp"
 #include "kernels/deinterleave.hpp"
+#include "kernels/edge_profile.hpp"
 #include "kernels/flat_field.hpp"
 #include "kernels/g4_encode.hpp"
 #include "kernels/half_turn.hpp"
 #include "kernels/isolated_pixels.hpp"
 #include "kernels/quarter_turn.hpp"
 #include "kernels/rgb_to_grey.hpp"
+#include "kernels/rotate_nearest.hpp"
 #include "kernels/run_scan.hpp"
+#include "kernels/shear.hpp"
 
 namespace zel::test {
 namespace {
@@ -253,6 +259,79 @@ TEST(Kernels, g4_encode) {
     const auto model = [&](std::size_t, std::size_t c) { return int{wanted[c]}; };
     const auto encode = [&](MutableView dst) { EXPECT_EQ(run(src.view, {dst.row_ptr(0), wanted.size()}), size); };
     return writes(size, 1, {size, 1, 0, Guard::behind}, model, encode);
+  });
+}
+
+TEST(Kernels, edge_profile) {
+  for_all(kern::kEdgeProfile, 30, [](auto run, const Shape& s, Random& random) {
+    const std::size_t step = 1 + 2 * random.below(2), end = s.width < 3 ? 0 : random.below(s.width - 1);
+    const std::size_t begin = random.below(end + 1), threshold = random.below(random.below(5) == 0 ? 1786 : 400);
+    const GuardedImage band(s.width * step, 3, s, &random);
+    for (std::uint8_t& b : band.bytes()) b = random.below(90) == 0 ? b : b / 8;
+    std::optional<kern::EdgeColumns> want;
+    for (std::size_t x = begin; x < end; ++x) {
+      const auto p = [&](std::size_t r, std::size_t c) { return band.at(r, (x + c) * step + step / 2); };
+      const int gx = p(0, 0) + 2 * p(1, 0) + p(2, 0) - p(0, 2) - 2 * p(1, 2) - p(2, 2);
+      const int gy = p(0, 0) + 2 * p(0, 1) + p(0, 2) - p(2, 0) + 2 * p(2, 1) + p(2, 2);
+      if (std::max(std::abs(gx), std::abs(gy)) > static_cast<int>(threshold)) want = {want ? want->first : x, x};
+    }
+    return AssertionResult(run(band.view, step, begin, end, static_cast<int>(threshold)) == want);
+  });
+}
+
+TEST(Kernels, column_profile) {
+  for_all(kern::kColumnProfile, 6, [](auto run, const Shape& s, Random& random) {
+    const GuardedImage src(s.width, s.height * (random.below(4) == 0 ? 20 : 1), s, &random);
+    if (random.below(2) == 0) std::ranges::generate(src.bytes(), [&] { return random.below(300) == 0 ? 0 : 255; });
+    std::vector<std::uint64_t> level(s.width, 9), change(s.width, 9);
+    run(src.view, level, change);
+    for (std::size_t c = 0; c < s.width; ++c) {
+      for (std::size_t r = 1; r < src.view.height(); ++r) level[c] -= src.view.row(r)[c];
+      for (std::size_t r = 1; r < src.view.height(); ++r) change[c] -= std::abs(src.at(r, c) - src.at(r - 1, c));
+    }
+    return AssertionResult(std::ranges::max(level) == 0 && std::ranges::max(change) == 0);
+  });
+}
+
+TEST(Kernels, border_trace) {
+  for_all(kern::kBorderTrace, 30, [](auto run, const Shape& s, Random& random) {
+    const GuardedImage row(s.width, 1, s);
+    const std::uint8_t level = random.byte();
+    for (std::uint8_t& b : row.bytes()) b = random.below(s.width) == 0 ? random.byte() : std::min(random.byte(), level);
+    std::size_t first = s.width, last = 0;
+    for (std::size_t x = s.width; x-- > 0;) first = row.at(0, x) > level ? x : first;
+    for (std::size_t x = 0; x < s.width; ++x) last = row.at(0, x) > level ? x : last;
+    return AssertionResult(run(row.bytes(), level, true) == first && run(row.bytes(), level, false) == last);
+  });
+}
+
+TEST(Kernels, rotate_nearest) {
+  for_all(kern::kRotateNearest, 12, [](auto run, const Shape& s, Random& random) {
+    const std::size_t samples = 1 + 2 * random.below(2);
+    const float angle = std::array{0.0f, 1e-4f, 0.01f, -0.03f, 0.1f, 0.8f, -2.0f, NAN}[random.below(8)];
+    const float cosine = std::cos(angle), sine = std::sin(angle), w = float(s.width), h = float(s.height);
+    const GuardedImage src(s.width * samples, s.height, s, &random);
+    const auto model = [&](std::size_t r, std::size_t c) {
+      const float x = float(c / samples) - w / 2, y = float(r) - h / 2;
+      const float u = cosine * x + sine * y + w / 2 + 0.5f, v = cosine * y - sine * x + h / 2 + 0.5f;
+      if (!(u > -1 && u < w && v > -1 && v < h)) return 0;
+      return src.at(std::size_t(std::max(v, 0.0f)), std::size_t(std::max(u, 0.0f)) * samples + c % samples);
+    };
+    return writes(s.width * samples, s.height, s, model, [&](auto dst) { run(src.view, dst, samples, cosine, sine); });
+  });
+}
+
+TEST(Kernels, shear) {
+  for_all(kern::kShear, 6, [](auto run, const Shape& s, Random& random) {
+    const GuardedImage src(1 + random.below(99), 1 + random.below(99), s, &random);
+    std::vector<std::uint32_t> across(s.height), down(s.width);
+    std::ranges::generate(across, [&] { return random.below(20); });
+    for (std::size_t x = 1; x < s.width; ++x) down[x] = random.below(5) == 0 ? random.below(20) : down[x - 1];
+    const auto model = [&](std::size_t r, std::size_t x) {
+      const bool inside = r + down[x] < src.view.height() && x + across[r] < src.view.width();
+      return inside ? src.at(r + down[x], x + across[r]) : 0;
+    };
+    return writes(s.width, s.height, s, model, [&](MutableView dst) { run(src.view, dst, down, across); });
   });
 }
 

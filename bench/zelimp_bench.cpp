@@ -15,6 +15,7 @@
 #include <cstring>
 #include <ctime>
 #include <initializer_list>
+#include <iostream>
 #include <string>
 
 #include "../tests/support/tiff_builder.hpp"
@@ -123,6 +124,10 @@ template <class Variants, class Body>
 void add(const std::string& kernel, const Variants& variants, Input input, std::initializer_list<Kind> kinds,
          Body body) {
   for (const auto& variant : variants) {
+    if (!cpu_has(variant.isa)) {
+      std::cerr << kernel << '/' << variant.name << ": skipped, this CPU cannot run it\n";
+      continue;
+    }
     for (const Kind kind : kinds) {
       add_row(kernel + "/" + variant.name, kind, [=, run = variant.run](benchmark::State& state, const Page& page) {
         Work work(page, input);

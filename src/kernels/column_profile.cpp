@@ -46,7 +46,8 @@ void column_profile_scalar(ConstView src, std::span<std::uint64_t> level, std::s
 }
 
 void column_profile(ConstView src, std::span<std::uint64_t> level, std::span<std::uint64_t> change) {
-  column_profile_scalar(src, level, change);
+  static const auto run = best(kColumnProfile);
+  run(src, level, change);
 }
 
 }  // namespace zel::kern

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "kernels/rotate_nearest_row.hpp"
+
 namespace zel::kern {
 namespace {
 
@@ -44,6 +46,11 @@ struct TileRow {
   float u(std::size_t k) const { return across.coordinate(along[k] + sine_y); }
   float v(std::size_t k) const { return down.coordinate(cosine_y - against[k]); }
   bool inside(std::size_t k) const { return across.inside(u(k)) && down.inside(v(k)); }
+
+  // Without the first begin columns and those from end on.
+  TileRow part(std::size_t begin, std::size_t end) const {
+    return {across, down, along + begin, against + begin, cosine_y, sine_y, end - begin};
+  }
 };
 
 // Where the pixels of a tile's row come from, all of them inside.
@@ -92,23 +99,26 @@ void copy_runs(ConstView src, const TileRow& tile, std::uint8_t* to) {
 }
 
 template <std::size_t kSamples>
-void fill_row(ConstView src, TileRow tile, std::uint8_t* to) {
+void fill_row(RotateRow* copy, ConstView src, const TileRow& tile, std::uint8_t* to) {
   // Rounding keeps order: both coordinates go one way only, so that between two pixels inside there is none outside.
   std::size_t begin = 0, end = tile.count;
   while (begin < end && !tile.inside(begin)) ++begin;
   while (begin < end && !tile.inside(end - 1)) --end;
   std::memset(to, 0, begin * kSamples);
   std::memset(to + end * kSamples, 0, (tile.count - end) * kSamples);
-  tile.along += begin;
-  tile.against += begin;
-  tile.count = end - begin;
-  copy_runs<kSamples>(src, tile, to + begin * kSamples);
+  if (kSamples == 1 && copy != nullptr) {
+    const TileRow inner = tile.part(begin, end);
+    begin += copy(
+        src, {inner.along, inner.against, inner.cosine_y, inner.sine_y, tile.across.half, tile.down.half, inner.count},
+        to + begin);
+  }
+  copy_runs<kSamples>(src, tile.part(begin, end), to + begin * kSamples);
 }
 
 // Rows begin to end - 1 of dst, the first of which has the coordinate first_y.
 template <std::size_t kSamples>
-void turn_strip(ConstView src, MutableView dst, std::size_t begin, std::size_t end, float first_y, float cosine,
-                float sine) {
+void turn_strip(RotateRow* copy, ConstView src, MutableView dst, std::size_t begin, std::size_t end, float first_y,
+                float cosine, float sine) {
   const std::size_t width = src.width() / kSamples;
   const Axis across(width), down(src.height());
   float along[kTile], against[kTile], x = -across.half;
@@ -121,33 +131,38 @@ void turn_strip(ConstView src, MutableView dst, std::size_t begin, std::size_t e
     float y = first_y;
     for (std::size_t r = begin; r < end; ++r, y += 1.0f) {
       const TileRow tile = {across, down, along, against, cosine * y, sine * y, count};
-      fill_row<kSamples>(src, tile, dst.row_ptr(r) + c * kSamples);
+      fill_row<kSamples>(copy, src, tile, dst.row_ptr(r) + c * kSamples);
     }
   }
 }
 
 template <std::size_t kSamples>
-void turn(ConstView src, MutableView dst, float cosine, float sine) {
+void turn(RotateRow* copy, ConstView src, MutableView dst, float cosine, float sine) {
   float y = -Axis(src.height()).half;
   for (std::size_t r = 0; r < dst.height(); r += kStrip) {
     const std::size_t end = std::min(r + kStrip, dst.height());
-    turn_strip<kSamples>(src, dst, r, end, y, cosine, sine);
+    turn_strip<kSamples>(copy, src, dst, r, end, y, cosine, sine);
     for (std::size_t k = r; k < end; ++k) y += 1.0f;
   }
 }
 
 }  // namespace
 
-void rotate_nearest_scalar(ConstView src, MutableView dst, std::size_t samples, float cosine, float sine) {
+void rotate_nearest_by(RotateRow* copy, ConstView src, MutableView dst, std::size_t samples, float cosine, float sine) {
   if (samples == 1) {
-    turn<1>(src, dst, cosine, sine);
+    turn<1>(copy, src, dst, cosine, sine);
   } else {
-    turn<3>(src, dst, cosine, sine);
+    turn<3>(nullptr, src, dst, cosine, sine);
   }
 }
 
+void rotate_nearest_scalar(ConstView src, MutableView dst, std::size_t samples, float cosine, float sine) {
+  rotate_nearest_by(nullptr, src, dst, samples, cosine, sine);
+}
+
 void rotate_nearest(ConstView src, MutableView dst, std::size_t samples, float cosine, float sine) {
-  rotate_nearest_scalar(src, dst, samples, cosine, sine);
+  static const auto run = best(kRotateNearest);
+  run(src, dst, samples, cosine, sine);
 }
 
 }  // namespace zel::kern

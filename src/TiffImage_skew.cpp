@@ -30,8 +30,7 @@ std::optional<Border> follow_border(ConstView rows, bool left, int threshold, st
   Border border = {};
   if (columns != nullptr) columns->clear();
   for (std::size_t r = 0; r < rows.height(); ++r) {
-    const auto row = rows.row(r);
-    const std::size_t x = left ? zel::kern::first_above(row, threshold) : zel::kern::last_above(row, threshold);
+    const std::size_t x = zel::kern::border_trace(rows.row(r), threshold, left);
     if (r == 0) border = {x, x, x, x};
     if (std::max(x, border.bottom) - std::min(x, border.bottom) > kLargestStep) return {};
     border = {border.top, x, std::min(border.least, x), std::max(border.greatest, x)};

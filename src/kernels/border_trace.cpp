@@ -13,23 +13,28 @@ std::uint8_t brightest(const std::uint8_t* pixels) {
   return most;
 }
 
-}  // namespace
-
-std::size_t first_above_scalar(std::span<const std::uint8_t> row, int threshold) {
+std::size_t first_above(std::span<const std::uint8_t> row, int threshold) {
   std::size_t x = 0;
   while (x + kBlock <= row.size() && brightest(&row[x]) <= threshold) x += kBlock;
   while (x < row.size() && row[x] <= threshold) ++x;
   return x;
 }
 
-std::size_t last_above_scalar(std::span<const std::uint8_t> row, int threshold) {
+std::size_t last_above(std::span<const std::uint8_t> row, int threshold) {
   std::size_t end = row.size();
   while (end >= kBlock && brightest(&row[end - kBlock]) <= threshold) end -= kBlock;
   while (end > 1 && row[end - 1] <= threshold) --end;
   return end - std::min<std::size_t>(end, 1);
 }
 
-std::size_t first_above(std::span<const std::uint8_t> row, int threshold) { return first_above_scalar(row, threshold); }
-std::size_t last_above(std::span<const std::uint8_t> row, int threshold) { return last_above_scalar(row, threshold); }
+}  // namespace
+
+std::size_t border_trace_scalar(std::span<const std::uint8_t> row, int threshold, bool left) {
+  return left ? first_above(row, threshold) : last_above(row, threshold);
+}
+
+std::size_t border_trace(std::span<const std::uint8_t> row, int threshold, bool left) {
+  return border_trace_scalar(row, threshold, left);
+}
 
 }  // namespace zel::kern

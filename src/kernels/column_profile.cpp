@@ -19,9 +19,9 @@ void add_rows(ConstView src, std::size_t begin, std::size_t end, std::uint64_t* 
     const std::uint8_t* const above = src.row_ptr(r - 1);
     const std::uint8_t* const row = src.row_ptr(r);
     for (std::size_t x = 0; x < count; ++x) {
-      levels[x] = static_cast<std::uint16_t>(levels[x] + row[x]);
-      const int step = std::max(row[x], above[x]) - std::min(row[x], above[x]);
-      changes[x] = static_cast<std::uint16_t>(changes[x] + step);
+      const std::uint16_t sample = row[x], before = above[x];
+      levels[x] = static_cast<std::uint16_t>(levels[x] + sample);
+      changes[x] = static_cast<std::uint16_t>(changes[x] + std::abs(sample - before));
     }
   }
   for (std::size_t x = 0; x < count; ++x) {
@@ -46,7 +46,8 @@ void column_profile_scalar(ConstView src, std::span<std::uint64_t> level, std::s
 }
 
 void column_profile(ConstView src, std::span<std::uint64_t> level, std::span<std::uint64_t> change) {
-  column_profile_scalar(src, level, change);
+  static const auto run = best(kColumnProfile);
+  run(src, level, change);
 }
 
 }  // namespace zel::kern

@@ -57,7 +57,8 @@ std::optional<EdgeColumns> edge_profile_scalar(ConstView band, std::size_t step,
 
 std::optional<EdgeColumns> edge_profile(ConstView band, std::size_t step, std::size_t begin, std::size_t end,
                                         int threshold) {
-  return edge_profile_scalar(band, step, begin, end, threshold);
+  static const auto run = best(kEdgeProfile);
+  return run(band, step, begin, end, threshold);
 }
 
 }  // namespace zel::kern

@@ -21,6 +21,7 @@ namespace zel::kern {
 struct EdgeColumns {
   std::size_t first;
   std::size_t last;
+  friend bool operator==(const EdgeColumns&, const EdgeColumns&) = default;
 };
 
 std::optional<EdgeColumns> edge_profile(ConstView band, std::size_t step, std::size_t begin, std::size_t end,

@@ -24,8 +24,9 @@ namespace zel::kern {
 void rotate_nearest(ConstView src, MutableView dst, std::size_t samples, float cosine, float sine);
 
 using RotateNearestFn = decltype(rotate_nearest);
-RotateNearestFn rotate_nearest_scalar;
+RotateNearestFn rotate_nearest_scalar, rotate_nearest_avx2;
 
-inline constexpr Variant<RotateNearestFn> kRotateNearest[] = {{"scalar", Isa::none, rotate_nearest_scalar}};
+inline constexpr Variant<RotateNearestFn> kRotateNearest[] = {{"scalar", Isa::none, rotate_nearest_scalar},
+                                                              {"avx2", Isa::avx2, rotate_nearest_avx2}};
 
 }  // namespace zel::kern

@@ -36,7 +36,8 @@ void shear_scalar(ConstView src, MutableView dst, std::span<const std::uint32_t>
 
 void shear(ConstView src, MutableView dst, std::span<const std::uint32_t> column_shift,
            std::span<const std::uint32_t> row_shift) {
-  shear_scalar(src, dst, column_shift, row_shift);
+  static const auto run = best(kShear);
+  run(src, dst, column_shift, row_shift);
 }
 
 }  // namespace zel::kern

@@ -121,7 +121,9 @@ TEST(Checked, whole_road_gives_the_bytes_of_the_flat_call_and_tells_what_it_did)
     const bool found = grey ? deskew != 0 : crop == 1, corrected = deskew == 2;
     EXPECT_EQ(report.skew_found.has_value(), found) << i;
     EXPECT_EQ(report.skew_corrected, corrected ? report.skew_found : std::nullopt) << i;
-    if (!grey && deskew != 0 && rotation != 0) EXPECT_EQ(report.skew_found, told);
+    if (!grey && deskew != 0 && rotation != 0) {
+      EXPECT_EQ(report.skew_found, told);
+    }
     EXPECT_EQ(report.border.has_value(), grey && found);
     if (report.border) {
       // The right border of the rear face; the left one has been found first, on the front face.

@@ -24,7 +24,7 @@ struct Call {
 constexpr int kLevel = 60;
 
 // What a call makes of the scan in file, which it may change.
-static Bytes by_steps(const Call& call, TiffFile scan, Bytes& file, double& told) {
+static Bytes by_steps(const Call& call, TiffFile scan, Bytes& file, unsigned& status, double& told) {
   const auto [format, side, crop, rotation, deskew, grey] = call;
   TiffImage image;
   image.load(file.data());
@@ -32,6 +32,7 @@ static Bytes by_steps(const Call& call, TiffFile scan, Bytes& file, double& told
   Bytes coded(4 * half.size() + 99);
   double angle = 0;
   int ignored = 0;
+  status = 0;
   if (grey && deskew == 2 && image.DeskewTiffCombo(straight.data(), &angle) == 0) image.SetImage(straight.data());
   if (side == 1 || side == 2) {
     m_CropParam.cropMode = !grey && crop != 0 ? crop : m_CropParam.cropMode;
@@ -69,7 +70,8 @@ static Bytes by_steps(const Call& call, TiffFile scan, Bytes& file, double& told
     unsigned size = 0;
     out.assign(image.imageSize + 20000, 0);
     const auto writer = format < 7 ? ProcessTIFF_JPG : ProcessJFIF_JPG;
-    EXPECT_EQ(writer(image, out.data(), &size, kLevel), 0u);
+    status = writer(image, out.data(), &size, kLevel);
+    EXPECT_EQ(status, scan.pixels.empty() ? 5u : 0u);
     out.resize(size);
   }
   image.clear();
@@ -86,27 +88,31 @@ TEST(Pipeline, is_its_steps_and_bitmap_palette_and_padding) {
     const unsigned width = std::array{121, 7, 1, 2}[size_case], height = std::array{64, 5, 6, 1}[size_case];
     const bool refused = call.grey ? call.format == 2 || call.format == 4 || call.format == 8
                                    : call.format == 0 || call.format == 3 || call.format == 7 || call.format == 9;
+    // Files take long: those of the smaller images are made for one crop and deskew only.
+    const bool file_made = call.format == 3 || call.format == 4 || call.format == 7 || call.format == 8;
+    if (file_made && size_case != 0 && call.crop + call.deskew != 0) continue;
     Bytes pixels = leaning_page(width, height, samples);
     pixels.resize(pixels.size() + size_case % 3, 9);  // the strip may be longer than the pixels
     const TiffFile scan = device_tiff(width, height, samples, pixels);
     Bytes file = scan.bytes(), want_file = file;
     ZelIMPSetCropParams(2, 3, 0, 8, 30, 0, 0);
     m_CropParam.cropMode = 77;
+    unsigned status = 3;
     double want_angle = 0, angle = 7.5;
-    const Bytes want = refused ? Bytes() : by_steps(call, scan, want_file, want_angle);
+    const Bytes want = refused ? Bytes() : by_steps(call, scan, want_file, status, want_angle);
     const int want_mode = m_CropParam.cropMode;
     m_CropParam.cropMode = 77;
     Bytes got = untouched(want.size());
     unsigned size = 0;
     EXPECT_EQ(ZelIMPImageProc(file.data(), &got[kMargin], &size, call.format, call.side, call.crop, call.rotation,
                               call.crop == 2, kLevel, call.deskew, &angle),
-              refused ? 3u : 0u);
+              status);
     EXPECT_EQ(got, framed(want)) << k << " format " << call.format << " side " << call.side << " crop " << call.crop
                                  << " rotation " << call.rotation << " deskew " << call.deskew;
     EXPECT_TRUE(file == want_file && size == want.size() && angle == want_angle && m_CropParam.cropMode == want_mode);
     skews_told += angle != 0;
   }
-  EXPECT_EQ(skews_told, 0);
+  EXPECT_GT(skews_told, 0);
 }
 
 // Whether a skew counts as more than one degree, for skews just above it: 69 columns on 3953 rows are 1.0000018

@@ -7,6 +7,7 @@ import json
 import os
 import pathlib
 import random
+import statistics
 import struct
 import subprocess
 import tempfile
@@ -35,6 +36,7 @@ REFUSALS = (
     (2, "process colour.tif -o x --format tiff --side front --steps y {}", "--deskew on, --deskew on --crop auto"),
     (2, "wrap raw.tif -o x {}", "--width 3, --width 3 --height 4, --width 0 --height 1"),
     (2, "simulate a b -o x {}", "--skew nan, --model 0, --gain 3, --colour --swap-sides 0 --white w --black b"),
+    (2, "simulate front.pnm rear.pnm -o x {}", "--shift 3, --shift 25,0, --half-width 146, --skew 9 --rows 155"),
     (3, "descramble {} -o x", "lzw"),
     (3, "process {} -o x --format tiff --preview y", "samples"),  # the library ignores that tag, the preview cannot
     (4, "process {} -o x --format g4 --preview y", "colour.tif"),
@@ -153,6 +155,30 @@ class CliTest(unittest.TestCase):
         scan = self.picture("scan.tif").point(lambda level: level >= 128)
         tops = [scan.crop((x, 0, x + 1, scan.height)).getbbox()[1] for x in (34, 74, scan.width - 74, scan.width - 34)]
         self.assertEqual([tops[1] - tops[0], tops[2] - tops[3]], [7, 7])  # 40 * tan(10 degrees)
+
+    def test_sheet_lies_mirrored_on_the_bed(self):
+        for mode, layout in itertools.product(("L", "RGB"), LAYOUTS):
+            front, rear = noise((37, 21), mode, 1), noise((24, 33), mode, 2)
+            self.scan(front, rear, 0, "--half-width 61 --rows 70 --shift -12,13 --noise 0", layout)
+            whole = Image.new(mode, (122, 70), (BED,) * len(mode))
+            whole.paste(front, (0, 24 + 13))
+            whole.paste(rear, (61 + 18 + 12, 18 + 13))
+            self.assert_picture("scan.tif", whole, (mode, layout))
+
+    # The same at every place, in whatever order the sensor reads it.
+    def test_bed_noise(self):
+        scans = []
+        for mode, undo in (("L", LAYOUTS[0]), ("RGB", LAYOUTS[1] + " --lag 99"), ("RGB", LAYOUTS[2] + " --lag 9")):
+            self.scan(*[Image.new(mode, (40, 30), "white")] * 2, 99, "--half-width 300 --rows 300 --bed-noise 2", undo)
+            scans.append(self.picture("scan.tif").convert("RGB").tobytes())
+        self.assertEqual(len({*map(hash, scans)}), 1)
+        scan, unfed = self.picture("scan.tif").convert("L"), self.picture("raw.tif").tobytes()[1:9 * 600 * 3:2]
+        self.assertEqual(scan.crop((130, 135, 170, 165)).getextrema(), (255, 255))
+        for bed in (scan.crop((0, 0, 256, 128)).tobytes(), unfed):
+            self.assertAlmostEqual(statistics.pstdev(map(int.__sub__, bed, bed[1:])), 2 * 2 ** 0.5, delta=0.2)
+            self.assertAlmostEqual(statistics.mean(bed), BED, delta=3)
+        slow = scan.resize((18, 9), Image.BOX, (0, 0, 576, 128)).tobytes()
+        self.assertGreater(max(slow) - min(slow), 3)
 
     def test_processing(self):
         self.tool("process scan.tif -o out --format 1bit")

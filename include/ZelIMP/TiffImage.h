@@ -108,10 +108,10 @@ class ZELIMP_API TiffImage {
   // bounds are in-out: the columns to search, then those found. Columns that do not exist are never document.
 
   // Grey detector. A column is document when the sum of its pixels without row 0, divided by height, exceeds 128, or
-  // the sum of the differences down the column, divided by height, exceeds 5. With scanLeft *left moves to the first
-  // such column from *left to *right - 1, to *right if there is none; then with scanRight *right moves to the last one
-  // from *left + 1 to *right, to *left if there is none. ignored: nothing depends on it. Returns 1, bounds untouched,
-  // when *left >= *right; else 0.
+  // the sum of the differences down the column, divided by height, exceeds 5 (both quotients without their fraction).
+  // With scanLeft *left moves to the first such column from *left to *right - 1, to *right if there is none; then with
+  // scanRight *right moves to the last one from *left + 1 to *right, to *left if there is none. ignored: nothing
+  // depends on it. Returns 1, bounds untouched, when *left >= *right; else 0.
   int FindCropPoints(unsigned char* img, long* left, long* right, long ignored, int scanLeft, int scanRight);
 
   // Edge detector. Looks at columns *left to *right - 3 of three bands of three rows: from row height / 2 on, and with
@@ -125,7 +125,7 @@ class ZELIMP_API TiffImage {
   // split and splitColor that keep only the document's columns: dst gets them without padding (at most
   // height * (width / 2) pixels), width and imageSize are set, the height stays. Bounds outside the half end at its
   // first or last column; crossed ones keep nothing, width 0. Other sides do nothing at all.
-  //   param->cropMode 1: grey, the left half from the first document column found to 39 columns before its end, the
+  //   param->cropMode 1: grey, the left half from the first document column found to column width / 2 - 38, the
   //     right half from column 38 to the last one found; colour, both bounds found by the edge detector between
   //     leftMargin and rightMargin with edgeThreshold and edgeRowDistance, and *angle, unless null, gets the skew.
   //   any other: fixed margins. Left half: column leftMargin to maxLength, but at most to width / 2 - rightMargin; in
@@ -152,7 +152,7 @@ class ZELIMP_API TiffImage {
 
   // Straightens both faces of a grey image at once, by shears of mirrored sense, with the skew of the left border, else
   // of the right one. Width becomes width - 2 * S and height height - V, with S and V the largest shifts of a row and
-  // of a column of one face; imageSize follows. dst: that many bytes, less than the pixels have. angle: not used.
+  // of a column of one face; imageSize follows. dst: that many bytes, at most width * height. angle: not used.
   // Returns 0, or 1 with the image untouched: dst is null, no acceptable skew, nothing would be left, or out of memory.
   int DeskewTiffCombo(unsigned char* dst, double* angle);
 

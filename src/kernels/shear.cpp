@@ -7,14 +7,19 @@
 namespace zel::kern {
 namespace {
 
-// Pixels c to c + dst.size() - 1 of row r of src.
-void copy_run(ConstView src, std::size_t r, std::size_t c, std::span<std::uint8_t> dst) {
-  std::size_t inside = 0;
-  if (r < src.height() && c < src.width()) {
-    inside = std::min(dst.size(), src.width() - c);
-    std::memcpy(dst.data(), src.row_ptr(r) + c, inside);
+// Short runs are copied as so many bytes, where there are as many: the next run overwrites the surplus.
+constexpr std::size_t kShort = 64;
+
+// Pixels c to c + count - 1 of row r of src to where rest, the rest of a row, begins.
+void copy_run(ConstView src, std::size_t r, std::size_t c, std::size_t count, std::span<std::uint8_t> rest) {
+  const std::size_t there = r < src.height() && c < src.width() ? src.width() - c : 0;
+  if (count <= kShort && there >= kShort && rest.size() >= kShort) {
+    std::memcpy(rest.data(), src.row_ptr(r) + c, kShort);
+    return;
   }
-  if (inside < dst.size()) std::memset(&dst[inside], 0, dst.size() - inside);
+  const std::size_t inside = std::min(count, there);
+  if (inside != 0) std::memcpy(rest.data(), src.row_ptr(r) + c, inside);
+  if (inside != count) std::memset(&rest[inside], 0, count - inside);
 }
 
 constexpr std::size_t kStrip = 64;  // rows for which a run of columns is looked up once
@@ -28,7 +33,7 @@ void shear_scalar(ConstView src, MutableView dst, std::span<const std::uint32_t>
     for (std::size_t x = 0, next = 0; x < dst.width(); x = next) {
       while (next < dst.width() && column_shift[next] == column_shift[x]) ++next;
       for (std::size_t r = begin; r < end; ++r) {
-        copy_run(src, r + column_shift[x], x + row_shift[r], {dst.row_ptr(r) + x, next - x});
+        copy_run(src, r + column_shift[x], x + row_shift[r], next - x, dst.row(r).subspan(x));
       }
     }
   }

@@ -16,9 +16,10 @@ static unsigned descramble(Bytes& tiff, Bytes& to, unsigned& size, unsigned drop
 }
 
 TEST(Raw, descrambling_is_its_steps) {
-  Random random(1);
-  for (unsigned short& level : white[0]) level = static_cast<unsigned short>(100 + random.below(150));
-  for (int i = 0; i < 99; ++i) white[1][i] = white[2][98 - i] = white[0][i], black[i] = random.byte() / 8;
+  const Bytes levels = noise(99, 1);
+  for (int i = 0; i < 99; ++i)
+    white[0][i] = white[1][98 - i] = static_cast<unsigned short>(levels[i] + 60), white[2][i] = 199,
+    black[i] = levels[i] / 8;
   for (const auto& [samples, width, drop, halve] :
        {std::array{1u, 12u, 2u, 0u}, {1, 11, 3, 1}, {1, 12, 4, 2}, {1, 7, 9, 0}, {3, 12, 2, 1}, {3, 7, 9, 0}}) {
     TiffFile scan = device_tiff(width, 9, samples, noise(width * 9 * samples + 5, samples));

@@ -108,8 +108,8 @@ Columns scan_band(ConstView half, std::size_t step, std::uint64_t top, const Col
 
 // half: rows of step bytes a pixel. Narrows columns to what the three bands show and returns the document's skew.
 double find_edges(ConstView half, std::int64_t step, Columns& columns, std::int64_t threshold, std::int64_t distance) {
-  const auto [left, right] = columns;
-  if (right <= left || static_cast<std::uint64_t>(right) - static_cast<std::uint64_t>(left) <= 2) {
+  const Columns all = columns;
+  if (all.right <= all.left || static_cast<std::uint64_t>(all.right) - static_cast<std::uint64_t>(all.left) <= 2) {
     columns.left = 0;
     return 0.0;
   }
@@ -118,9 +118,7 @@ double find_edges(ConstView half, std::int64_t step, Columns& columns, std::int6
   const auto margin = static_cast<std::uint64_t>(distance) + static_cast<std::uint64_t>(distance / 2);
   const std::uint64_t height = half.height();
   const auto level = static_cast<int>(std::clamp<std::int64_t>(threshold, -1, std::numeric_limits<int>::max()));
-  const auto scan = [&](std::uint64_t top) {
-    return scan_band(half, static_cast<std::size_t>(step), top, {left, right}, level);
-  };
+  const auto scan = [&](std::uint64_t top) { return scan_band(half, static_cast<std::size_t>(step), top, all, level); };
   const Columns middle = scan(height / 2), lower = scan(height - margin - 2), upper = scan(margin);
   columns = {std::min({middle.left, lower.left, upper.left}), std::max({middle.right, lower.right, upper.right})};
   // KEPT: rows that lie closer together than the bands do are a huge number here, not a negative one, so that the

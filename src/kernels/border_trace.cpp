@@ -34,7 +34,8 @@ std::size_t border_trace_scalar(std::span<const std::uint8_t> row, int threshold
 }
 
 std::size_t border_trace(std::span<const std::uint8_t> row, int threshold, bool left) {
-  return border_trace_scalar(row, threshold, left);
+  static const auto run = best(kBorderTrace);
+  return run(row, threshold, left);
 }
 
 }  // namespace zel::kern

@@ -15,19 +15,26 @@
 #include <cstring>
 #include <ctime>
 #include <initializer_list>
+#include <iostream>
 #include <string>
 
 #include "../tests/support/tiff_builder.hpp"
+#include "base/maths.hpp"
 #include "kernels/bit_pack.hpp"
+#include "kernels/border_trace.hpp"
 #include "kernels/box_threshold.hpp"
+#include "kernels/column_profile.hpp"
 #include "kernels/deinterleave.hpp"
+#include "kernels/edge_profile.hpp"
 #include "kernels/flat_field.hpp"
 #include "kernels/g4_encode.hpp"
 #include "kernels/half_turn.hpp"
 #include "kernels/isolated_pixels.hpp"
 #include "kernels/quarter_turn.hpp"
 #include "kernels/rgb_to_grey.hpp"
+#include "kernels/rotate_nearest.hpp"
 #include "kernels/run_scan.hpp"
+#include "kernels/shear.hpp"
 #include "pages.hpp"
 
 namespace zel::bench {
@@ -117,6 +124,10 @@ template <class Variants, class Body>
 void add(const std::string& kernel, const Variants& variants, Input input, std::initializer_list<Kind> kinds,
          Body body) {
   for (const auto& variant : variants) {
+    if (!cpu_has(variant.isa)) {
+      std::cerr << kernel << '/' << variant.name << ": skipped, this CPU cannot run it\n";
+      continue;
+    }
     for (const Kind kind : kinds) {
       add_row(kernel + "/" + variant.name, kind, [=, run = variant.run](benchmark::State& state, const Page& page) {
         Work work(page, input);
@@ -170,6 +181,46 @@ void add_kernels() {
   add("exchange_turned_colour", kern::kExchangeTurned, colour, {text}, exchange(3));
 }
 
+// Cropping and deskewing. The searches are given pages on which nothing is found, so that they see every pixel.
+void add_geometry() {
+  using enum Kind;
+  using enum Input;
+  for (const double angle : {0.0, 0.01, 0.03, 0.1}) {
+    const auto rotate = [angle](std::size_t samples) {
+      const auto cosine = static_cast<float>(maths::cos(angle)), sine = static_cast<float>(maths::sin(angle));
+      return [=](auto run, Work& w) { run(w.from(), w.to(), samples, cosine, sine); };
+    };
+    const std::string by = std::to_string(angle).substr(0, 4);
+    add("rotate_nearest_grey/" + by, kern::kRotateNearest, grey, {text, large}, rotate(1));
+    add("rotate_nearest_colour/" + by, kern::kRotateNearest, colour, {text}, rotate(3));
+    if (angle == 0.0) continue;
+    add("shear/" + by, kern::kShear, grey, {text, large}, [angle](auto run, Work& w) {
+      std::vector<std::uint32_t> shifts(std::max(w.width, w.height));
+      for (std::size_t k = 0; k < shifts.size(); ++k) shifts[k] = static_cast<std::uint32_t>(double(k) * angle);
+      run(w.from(), w.to(), shifts, shifts);
+    });
+  }
+  const auto edges = [](std::size_t step) {
+    return [step](auto run, Work& w) {
+      for (std::size_t r = 0; r + 3 <= w.height; r += 3) {
+        benchmark::DoNotOptimize(run(w.from().part(r, 0, 3, w.width), step, 0, w.width / step - 2, 1785));
+      }
+    };
+  };
+  add("edge_profile_grey", kern::kEdgeProfile, grey, {text, large}, edges(1));
+  add("edge_profile_colour", kern::kEdgeProfile, colour, {text}, edges(3));
+  add("column_profile", kern::kColumnProfile, grey, {text, large}, [](auto run, Work& w) {
+    std::vector<std::uint64_t> level(w.width), change(w.width);
+    run(w.from(), level, change);
+  });
+  for (const bool left : {true, false}) {
+    add(left ? "border_trace/left" : "border_trace/right", kern::kBorderTrace, grey, {text, large},
+        [left](auto run, Work& w) {
+          for (std::size_t r = 0; r < w.height; ++r) benchmark::DoNotOptimize(run(w.from().row(r), 255, left));
+        });
+  }
+}
+
 // Scan to Group 4 with the adaptive threshold.
 void process(Bytes& tiff, Bytes& output) {
   unsigned int size = 0;
@@ -220,6 +271,7 @@ void add_pipeline() {
 
 int main(int argc, char** argv) {
   zel::bench::add_kernels();
+  zel::bench::add_geometry();
   zel::bench::add_pipeline();
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;

@@ -13,8 +13,19 @@ set(ZELIMP_IS_I386 OFF)
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
   set(ZELIMP_IS_I386 ON)
   target_compile_options(zelimp_options INTERFACE -msse2 -mfpmath=sse -mstackrealign)
-  # The multilib compiler brings the 32-bit C and C++ libraries, this folder the image libraries of the tool.
-  set(ZELIMP_I386_SYSROOT "" CACHE PATH "Folder with 32-bit image libraries in usr/lib/i386-linux-gnu")
+  # The multilib compiler brings the 32-bit C and C++ libraries, this folder the image libraries. What these need in
+  # turn lies beside them: linker and loader find it by the run path of what is built, if it is of the older kind, which
+  # holds for the libraries of libraries too. What is installed has no such path.
+  set(ZELIMP_I386_SYSROOT "" CACHE PATH "Folder with 32-bit image libraries and their headers (scripts/i386-libs)")
+  list(PREPEND CMAKE_PREFIX_PATH ${ZELIMP_I386_SYSROOT}/usr)
+  set(CMAKE_BUILD_RPATH ${ZELIMP_I386_SYSROOT}/usr/lib/i386-linux-gnu)
+  add_link_options(-Wl,--disable-new-dtags)
+endif()
+
+find_package(TIFF)
+find_package(JPEG)
+if(NOT TIFF_FOUND OR NOT JPEG_FOUND)
+  message(FATAL_ERROR "libtiff or libjpeg is missing: run scripts/setup, for i386 scripts/i386-libs")
 endif()
 
 if(ZELIMP_SANITIZE)

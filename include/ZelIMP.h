@@ -5,6 +5,7 @@
  *
  *   header                      what it declares                                                            C  C++
  *   ZelIMP/ZelIMP_pipeline.h    ZelIMPImageProc, status codes                                               x  x
+ *   ZelIMP/ZelIMP_raw.h         ZelIMPDescramCalTiff, ZelIMPSaveMICR, ZelIMPProcessRaw_TIFF, ZelIMPLoadTIFF     x  x
  *   ZelIMP/CropParam.h          CROP_PARAM, m_CropParam, ZelIMPSetCropParams, ZelIMPSetCropWindow           x  x
  *   ZelIMP/descramble.h         ZelIMPDescramble_mono, _color, ZelIMPDescrambleCal_mono, _color             x  x
  *   ZelIMP/ZelIMP_mono.h        ZelIMPColorToGray; in C++ thresholds, noise filter and their steps          x  x
@@ -13,7 +14,8 @@
  *   ZelIMP/TiffHeader.h         TiffHeader                                                                     x
  *   ZelIMP/TiffImage.h          TiffImage                                                                      x
  *   ZelIMP/Group4Compression.h  Group4Compression                                                              x
- *   ZelIMP/ManageTIFF.h         TI, ProcessTIFF_to_BMP                                                         x
+ *   ZelIMP/ManageTIFF.h         TI, ProcessTIFF_to_BMP, ProcessTIFF_to_BMP_Color                               x
+ *   ZelIMP/ZelIMP_writers.h     ProcessTIFF_JPG, ProcessJFIF_JPG                                               x
  *   ZelIMP/linux_win.h          temporary path, debug log, CPU-time measurement                                x
  *
  * Conventions. Sizes are 32-bit; images come as a whole TIFF file in memory and are not copied; results go into a
@@ -27,6 +29,7 @@
 #include <ZelIMP/CropParam.h>
 #include <ZelIMP/ZelIMP_mono.h>
 #include <ZelIMP/ZelIMP_pipeline.h>
+#include <ZelIMP/ZelIMP_raw.h>
 #include <ZelIMP/descramble.h>
 #include <ZelIMP/export.h>
 #include <ZelIMP/globals.h>
@@ -37,6 +40,7 @@
 #include <ZelIMP/TiffHeader.h>
 #include <ZelIMP/TiffImage.h>
 #include <ZelIMP/TiffTag.h>
+#include <ZelIMP/ZelIMP_writers.h>
 #include <ZelIMP/linux_win.h>
 #endif
 

@@ -14,10 +14,12 @@
 #include <ZelIMP/export.h>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace zelimp {
@@ -107,10 +109,12 @@ ZELIMP_API std::vector<std::byte> descramble(std::span<const std::byte> tiff, co
                                              const Limits& limits = {});
 
 enum class Format {
-  group4,   // bi-level TIFF, ITU-T T.6; grey scans
-  one_bit,  // bi-level TIFF, 1 bit a pixel; grey scans
-  tiff,     // uncompressed TIFF as the scan came
-  bitmap,   // 8-bit Windows bitmap; grey scans
+  group4,     // bi-level TIFF, ITU-T T.6; grey scans
+  one_bit,    // bi-level TIFF, 1 bit a pixel; grey scans
+  tiff,       // uncompressed TIFF as the scan came
+  bitmap,     // 8-bit Windows bitmap; grey scans
+  jpeg_tiff,  // JPEG-compressed TIFF
+  jfif,       // JPEG file
 };
 enum class Side {
   both,        // the whole image
@@ -120,11 +124,69 @@ enum class Side {
 };
 enum class Rotation { none, clockwise, counter_clockwise };  // quarter turns
 
+// off: the scan stays as it lies. measure: its skew is found and reported. on: and corrected, when it is acceptable.
+//
+// Grey scans: the border of the document is traced on both faces. Acceptable are 1 to 10 degrees in the sense in which
+// the device turns sheets, front face clockwise and rear face counter-clockwise; other skews count as not found.
+// Colour scans: the skew is found by an automatic crop, which is necessary for it, and corrected before a quarter turn,
+// which is necessary for that. Acceptable is more than 1 degree, either way.
+enum class Deskew { off, measure, on };
+
+// Cuts the bed beside the document away from one face of a colour scan. automatic: at the edges found; fixed: at fixed
+// columns.
+enum class CropMode { off, automatic, fixed };
+
+// The fields of CROP_PARAM that cropping reads, in pixels of one face, taken as they are. From 0 to 1000000.
+struct CropOptions {
+  CropMode mode = CropMode::off;
+  int left_margin = 0;          // first document column; automatic: first column looked at
+  int right_margin = 10;        // columns excluded at the face's end
+  int edge_threshold = 700;     // automatic: edge strength that counts as document
+  int edge_row_distance = 150;  // automatic: places the upper and the lower row looked at
+  int max_length = 700;         // fixed: greatest length of the document; at least 1
+};
+
+// Steps whose images an observer gets to see. Only those that are taken are reported; in colour cut comes first.
+enum class Step {
+  deskewed,     // skew corrected
+  cut,          // one face, or the document on it
+  turned,       // after a quarter turn or the turn of one face
+  thresholded,  // 0 or 255, before the noise filter
+};
+
+// Rows top to bottom without padding. The view ends with the call that passes it.
+struct StepImage {
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+  std::uint32_t planes = 1;  // bytes a pixel: 1 grey, 3 red, green and blue
+  std::span<const std::byte> pixels;
+};
+
 struct ProcessOptions {
   Format format = Format::group4;
   Side side = Side::both;
   Rotation rotation = Rotation::none;
   std::optional<int> threshold = {};  // bi-level formats: black below this grey level (0 to 256); none: adaptive
+  int quality = 75;                   // 1 to 100; jfif: of the coding; jpeg_tiff: recorded in tag 53249, not applied
+  Deskew deskew = Deskew::off;
+  CropOptions crop = {};
+  std::function<void(Step, const StepImage&)> observer = {};  // called between the steps; what it throws passes through
+};
+
+// A part of an image, in pixels of it.
+struct Box {
+  std::uint32_t left = 0;
+  std::uint32_t top = 0;
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+};
+
+// The border of a document as it was traced from row to row of the two-faced scan.
+struct Border {
+  Side face = Side::front;      // front: the left border of the front face; rear: the right border of the rear face
+  int threshold = 0;            // the grey level above which a pixel was document
+  std::uint32_t first_row = 0;  // of the rows traced
+  std::vector<std::uint32_t> columns;
 };
 
 // What process_scan made.
@@ -133,12 +195,43 @@ struct ProcessReport {
   std::uint32_t height = 0;
   std::uint32_t bit_depth = 0;
   std::optional<double> black_share = {};  // bi-level formats: black pixels / pixels
+  // Radians. found: of a grey scan positive, of a colour scan positive when the face lies counter-clockwise; none when
+  // it was not looked for or, grey, not acceptable. corrected: the same angle, when it was corrected.
+  std::optional<double> skew_found = {};
+  std::optional<double> skew_corrected = {};
+  std::optional<Border> border = {};  // grey scans with a skew
+  std::optional<Box> cut = {};        // with side front or rear: where it lay in the scan, deskewed if it was grey
 };
 
-// Turns a descrambled two-faced scan into a document image: side, quarter turn, threshold and noise filter, file.
-// Returns the whole file and fills report unless it is null.
+// Turns a descrambled two-faced scan into a document image: deskew, side or crop, quarter turn, threshold and noise
+// filter, file. Returns the whole file and fills report unless it is null. Options that could not do anything for this
+// scan are refused: a crop of a grey scan or of both faces, a deskew of a colour scan without what it takes.
 ZELIMP_API std::vector<std::byte> process_scan(std::span<const std::byte> tiff, const ProcessOptions& options = {},
                                                ProcessReport* report = nullptr, const Limits& limits = {});
+
+// The pixels of an 8-bit grey scan as a packed device-independent bitmap: BITMAPINFOHEADER, 256 palette entries, rows
+// bottom-up at byte 1064, padded to a multiple of 4 bytes.
+ZELIMP_API std::vector<std::byte> load_bitmap(std::span<const std::byte> tiff, const Limits& limits = {});
+
+// Writes a scan afresh as an uncompressed TIFF with this description (without NUL characters). Size, resolution and the
+// texts of maker, model and software are kept, other tags are not.
+ZELIMP_API std::vector<std::byte> save_with_description(std::span<const std::byte> tiff, std::string_view description,
+                                                        const Limits& limits = {});
+
+// Pixels without a file. Texts without NUL characters; those that are not given get no tag.
+struct RawPixels {
+  std::span<const std::byte> pixels;  // width * height * planes bytes, rows top to bottom without padding
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+  std::uint32_t planes = 1;  // 1 grey, 3 red, green, blue
+  double resolution = 200;   // dots per inch, above 0 and up to 65535
+  std::optional<std::string> model = {};
+  std::optional<std::string> description = {};
+  std::optional<std::string> software = {};
+};
+
+// Wraps them into an uncompressed TIFF that counts as the device's own.
+ZELIMP_API std::vector<std::byte> wrap_raw_pixels(const RawPixels& raw, const Limits& limits = {});
 
 // "major.minor.patch" of the library that is loaded.
 ZELIMP_API const char* version() noexcept;

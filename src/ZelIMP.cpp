@@ -1,7 +1,9 @@
 // Module ZelIMP: the pipeline's entry point and the crop parameters.
 
 #include <ZelIMP/CropParam.h>
+#include <ZelIMP/ManageTIFF.h>
 #include <ZelIMP/ZelIMP_pipeline.h>
+#include <ZelIMP/ZelIMP_writers.h>
 
 #include <optional>
 
@@ -42,10 +44,27 @@ zel::Outcome load_scan(TiffImage& image, unsigned char* tiff, std::optional<zel:
   return zel::has_whole_strip(image, *kind, image.imageSize) ? zel::Outcome::ok : zel::Outcome::not_loaded;
 }
 
+unsigned int write_file(TiffImage& image, zel::FileForm form, int level, unsigned char* output,
+                        unsigned int* output_size) {
+  switch (form) {
+    case zel::FileForm::jpeg_tiff:
+      return ProcessTIFF_JPG(image, output, output_size, static_cast<unsigned int>(level));
+    case zel::FileForm::jfif:
+      return ProcessJFIF_JPG(image, output, output_size, static_cast<unsigned int>(level));
+    case zel::FileForm::bitmap:
+      return ProcessTIFF_to_BMP(image, output, output_size, static_cast<unsigned int>(level));
+    case zel::FileForm::tiff:
+      break;
+  }
+  image.save(output);
+  *output_size = image.GetTiffSize();
+  return ZELIMP_OK;
+}
+
 }  // namespace
 
 unsigned int ZelIMPImageProc(unsigned char* tiff, unsigned char* output, unsigned int* outputSize, int format, int side,
-                             int crop, int rotation, int thresholdMode, int level, int /*deskew*/, double* skewAngle) {
+                             int crop, int rotation, int thresholdMode, int level, int deskew, double* skewAngle) {
   zel::LocalImage image;
   std::optional<zel::Kind> kind;
   zel::Outcome outcome = load_scan(image, tiff, kind);
@@ -60,10 +79,11 @@ unsigned int ZelIMPImageProc(unsigned char* tiff, unsigned char* output, unsigne
   request.rotation = rotation;
   request.threshold_mode = thresholdMode;
   request.level = level;
+  request.deskew = deskew;
   request.row_sums = zel::exported_row_sums();
   request.crop_params = &m_CropParam;
   zel::PipelineRun run(image, *kind, request);
   run.run();
-  zel::write_output(image, *kind, format, output, outputSize);
-  return zel::status_code(outcome);
+  *skewAngle = run.findings().reported_skew;
+  return write_file(image, zel::file_form(*kind, format), level, output, outputSize);
 }

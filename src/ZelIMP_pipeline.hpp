@@ -5,9 +5,12 @@
 #include <ZelIMP/TiffImage.h>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 
+#include "TiffImage.hpp"
+#include "TiffImage_geometry.hpp"
 #include "base/image_view.hpp"
 #include "kernels/box_threshold.hpp"
 
@@ -39,6 +42,9 @@ enum PipelineFormat {
 };
 enum PipelineSide { kRightHalf = 1, kLeftHalf = 2, kFlipLeftHalf = 7 };
 enum PipelineRotation { kCounterClockwise = 1, kClockwise = 2 };
+enum PipelineDeskew { kMeasureSkew = 1, kCorrectSkew = 2 };
+enum PipelineCrop { kNoCrop = 0, kAutomaticCrop = 1, kFixedCrop = 2 };
+enum class PipelineStep { deskewed, cut, turned, thresholded };
 
 // Arguments of ZelIMPImageProc, and the state it shares with later calls.
 struct PipelineRequest {
@@ -48,9 +54,24 @@ struct PipelineRequest {
   int rotation = 0;
   int threshold_mode = 0;
   int level = 0;
+  int deskew = 0;
   kern::RowSums row_sums;             // empty: none shared
   CROP_PARAM* crop_params = nullptr;  // set by whoever runs it
   bool turn_pixels_in_place = true;   // whether turning one face may change the loaded pixels themselves
+  // Whether findings of a grey scan's skew are wanted. Then a deskew that lacks memory throws; else it does nothing.
+  bool detailed = false;
+  // Gets to see the image after each step; rows of width * samples bytes.
+  std::function<void(PipelineStep, ConstView pixels, std::size_t samples)> observer;
+};
+
+// What a run found out about the scan.
+struct PipelineFindings {
+  std::optional<double> skew;         // radians, as found
+  double reported_skew = 0;           // what ZelIMPImageProc tells
+  bool corrected = false;             // whether skew was corrected
+  std::optional<BorderTrace> border;  // grey, when a skew was found
+  KeptColumns cut;                    // of the scan, when a side was selected
+  unsigned int cut_rows = 0;
 };
 
 bool has_format(Kind kind, int format);
@@ -67,12 +88,21 @@ class PipelineRun {
 
   // Pixels of the bi-level image before coding; empty unless the format is bi-level.
   ConstView bilevel() const { return bilevel_; }
+  const PipelineFindings& findings() const { return findings_; }
 
  private:
+  void deskew_grey();
+  bool correct_traced(unsigned char* dst);
+  void deskew_colour();
   void select_side();
+  void cut(unsigned char* dst);
+  void flip_side();
   void rotate();
   void reduce_and_code();
+  void reduce(MutableView bilevel);
   unsigned char* new_pixels(std::size_t bytes);
+  void show(PipelineStep step, ConstView pixels) const;
+  void show(PipelineStep step) const { show(step, view_of(image_, samples_of(kind_))); }
 
   TiffImage& image_;
   Kind kind_;
@@ -81,10 +111,11 @@ class PipelineRun {
   std::unique_ptr<unsigned char[]> previous_;  // what it showed before, still the source of the step that runs
   std::unique_ptr<unsigned char[]> coded_;
   ConstView bilevel_;
+  PipelineFindings findings_;
 };
 
-// Bytes of the result, and the result.
-std::uint64_t output_bytes(const TiffImage& image, Kind kind, int format);
-void write_output(TiffImage& image, Kind kind, int format, unsigned char* output, unsigned int* output_size);
+// How the bytes of the result come about.
+enum class FileForm { tiff, bitmap, jpeg_tiff, jfif };
+FileForm file_form(Kind kind, int format);
 
 }  // namespace zel

@@ -14,4 +14,10 @@ extern ZELIMP_API TiffImage TI;
 ZELIMP_API unsigned int ProcessTIFF_to_BMP(TiffImage image, unsigned char* output, unsigned int* outputSize,
                                            unsigned int level);
 
+// Writes a Windows bitmap file image with 32 bits a pixel of a 24-bit image: rows bottom-up, the three bytes of a pixel
+// in reverse order and a 0; pixels past the end of the image are 0. output, *outputSize: 54 + 4 * width * height bytes.
+// level is not used. Returns 0.
+ZELIMP_API unsigned int ProcessTIFF_to_BMP_Color(TiffImage image, unsigned char* output, unsigned int* outputSize,
+                                                 unsigned int level);
+
 #endif

@@ -2,6 +2,7 @@
 #ifndef ZELIMP_TIFF_IMAGE_H
 #define ZELIMP_TIFF_IMAGE_H
 
+#include <ZelIMP/CropParam.h>
 #include <ZelIMP/Group4Compression.h>
 #include <ZelIMP/TiffHeader.h>
 #include <ZelIMP/export.h>
@@ -101,6 +102,59 @@ class ZELIMP_API TiffImage {
   // width becomes width / 2.
   void split(unsigned char* dst, int side);
   void splitColor(unsigned char* dst, int side);
+
+  // Cropping. A face lies on an even, dark background, and only columns are cropped. They are counted from the first
+  // one of the half, which is width / 2 pixels wide and begins at img, in the first row of the pixels. Left and right
+  // bounds are in-out: the columns to search, then those found. Columns that do not exist are never document.
+
+  // Grey detector. A column is document when the sum of its pixels without row 0, divided by height, exceeds 128, or
+  // the sum of the differences down the column, divided by height, exceeds 5 (both quotients without their fraction).
+  // With scanLeft *left moves to the first such column from *left to *right - 1, to *right if there is none; then with
+  // scanRight *right moves to the last one from *left + 1 to *right, to *left if there is none. ignored: nothing
+  // depends on it. Returns 1, bounds untouched, when *left >= *right; else 0.
+  int FindCropPoints(unsigned char* img, long* left, long* right, long ignored, int scanLeft, int scanRight);
+
+  // Edge detector. Looks at columns *left to *right - 3 of three bands of three rows: from row height / 2 on, and with
+  // D = distance * 3 / 2 from height - D - 2 and from D on. A column counts when it is an edge of more than threshold
+  // or lies on paper brighter than about a sixth of it. *left becomes the least first counting column (0 in a band
+  // without any, and in one that is not wholly inside the image), *right the greatest last one (*right unchanged in
+  // such a band). Returns the skew in radians that the last columns of the lower and the upper band show, 0.0 when
+  // height is 2 * D. step: bytes a pixel, 1 or 3. Less than three columns: *left becomes 0, the result is 0.0.
+  double FindEdgeWithSkewAngle(unsigned char* img, long* left, long* right, long threshold, long distance, long step);
+
+  // split and splitColor that keep only the document's columns: dst gets them without padding (at most
+  // height * (width / 2) pixels), width and imageSize are set, the height stays. Bounds outside the half end at its
+  // first or last column; crossed ones keep nothing, width 0. Other sides do nothing at all.
+  //   param->cropMode 1: grey, the left half from the first document column found to column width / 2 - 38, the
+  //     right half from column 38 to the last one found; colour, both bounds found by the edge detector between
+  //     leftMargin and rightMargin with edgeThreshold and edgeRowDistance, and *angle, unless null, gets the skew.
+  //   any other: fixed margins. Left half: column leftMargin to maxLength, but at most to width / 2 - rightMargin; in
+  //     grey one column less when leftMargin is 0. Right half: up to width / 2 - rightMargin, from
+  //     width / 2 + 1 - maxLength or, if maxLength is not below width / 2 - leftMargin, from leftMargin on.
+  // Grey never writes *angle.
+  void splitNcrop(unsigned char* dst, int side, CROP_PARAM* param, double* angle);
+  void splitNcropColor(unsigned char* dst, int side, CROP_PARAM* param, double* angle);
+
+  // Skew of a grey page in radians: FindEdgeWithSkewAngle on the whole width with threshold 700 and distance 150.
+  double FindSkewAngle();
+
+  // Turn the image by angle (radians) about its centre into dst (as many bytes as the pixels have), nearest pixel,
+  // black where there is none. Positive angles turn clockwise. The size stays and is stored at *newWidth and
+  // *newHeight, which is all that happens when dst is null.
+  void DeskewTiff(unsigned char* dst, double angle, int* newWidth, int* newHeight);
+  void DeskewTiffColor(unsigned char* dst, double angle, int* newWidth, int* newHeight);
+
+  // Skew of a grey document from its left border (fromLeft not 0) or its right one, traced over the middle half of the
+  // rows. Returns 0 and the angle in radians, always positive, or 1 with *angle untouched: no border that moves by at
+  // most 3 columns a row at any of the levels 128, 64 ... 4, less than 1 or more than 10 degrees, or leaning the wrong
+  // way. A left border must move to the left on its way down, a right one to the right.
+  int get_skew_angle(double* angle, int fromLeft);
+
+  // Straightens both faces of a grey image at once, by shears of mirrored sense, with the skew of the left border, else
+  // of the right one. Width becomes width - 2 * S and height height - V, with S and V the largest shifts of a row and
+  // of a column of one face; imageSize follows. dst: that many bytes, at most width * height. angle: not used.
+  // Returns 0, or 1 with the image untouched: dst is null, no acceptable skew, nothing would be left, or out of memory.
+  int DeskewTiffCombo(unsigned char* dst, double* angle);
 
   unsigned int width;                         // pixels a row, tag 256
   unsigned int height;                        // rows, tag 257

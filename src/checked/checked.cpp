@@ -1,17 +1,18 @@
-// The checked interface: verify, then take the same steps as the flat one.
+// The checked interface: errors, inspection and descrambling.
 
 #include <ZelIMP.hpp>
 
 #include <algorithm>
-#include <new>
 
-#include "TiffImage.hpp"
-#include "ZelIMP_pipeline.hpp"
+#include "checked/scan_input.hpp"
 #include "checked/tiff_check.hpp"
 #include "descramble.hpp"
 #include "tiff_tags.hpp"
 
 namespace zelimp {
+
+using namespace detail;
+
 namespace {
 
 std::string with_place(const std::string& sentence, std::optional<std::uint64_t> offset,
@@ -21,16 +22,6 @@ std::string with_place(const std::string& sentence, std::optional<std::uint64_t>
   if (tag) place = "tag " + std::to_string(*tag);
   if (offset) place += (place.empty() ? "" : ", ") + ("offset " + std::to_string(*offset));
   return sentence + " (" + place + ")";
-}
-
-// The image object takes its file without const, although it only reads it here.
-unsigned char* file_of(std::span<const std::byte> tiff) {
-  return const_cast<unsigned char*>(reinterpret_cast<const unsigned char*>(tiff.data()));
-}
-
-// Loads a scan that has no obstacle, so that only memory can be missing.
-void load(TiffImage& image, std::span<const std::byte> tiff) {
-  if (image.load(file_of(tiff)) != 0) throw std::bad_alloc();
 }
 
 // Why the library would not process the image whose tags have been loaded.
@@ -71,16 +62,6 @@ std::optional<Error> find_obstacle(const TiffImage& image, std::uint64_t file_by
   return std::nullopt;
 }
 
-// Room for a result; std::bad_alloc where it is more than a vector holds.
-std::vector<std::byte> room_for(std::uint64_t bytes) {
-  if (bytes > std::vector<std::byte>().max_size()) throw std::bad_alloc();
-  return std::vector<std::byte>(static_cast<std::size_t>(bytes));
-}
-
-zel::Kind kind_of(const Scan& scan) { return scan.bit_depth == 8 ? zel::Kind::grey : zel::Kind::colour; }
-
-[[noreturn]] void bad_argument(const std::string& sentence) { throw Error(Status::bad_argument, sentence); }
-
 // The tables as the descrambling steps take them, long enough for the scan.
 zel::LevelTables checked_tables(const Scan& scan, const DescrambleOptions& options, zel::ReadoutLayout layout) {
   if (options.white.empty() && options.black.empty()) return {};
@@ -109,65 +90,6 @@ std::uint32_t checked_rows(const Scan& scan, const DescrambleOptions& options) {
                  (options.halve != 0 ? " when halving" : ""));
   }
   return rows;
-}
-
-zel::PipelineRequest checked_request(const Scan& scan, const ProcessOptions& options) {
-  const bool grey = kind_of(scan) == zel::Kind::grey;
-  zel::PipelineRequest request;
-  switch (options.format) {
-    case Format::group4:
-      request.format = zel::kFormatGroup4;
-      break;
-    case Format::one_bit:
-      request.format = zel::kFormatOneBit;
-      break;
-    case Format::tiff:
-      request.format = grey ? zel::kFormatGreyTiff : zel::kFormatColourTiff;
-      break;
-    case Format::bitmap:
-      request.format = zel::kFormatBitmap;
-      break;
-    default:
-      bad_argument("the format is not one of those listed");
-  }
-  if (!zel::has_format(kind_of(scan), request.format) || (!grey && options.format == Format::bitmap)) {
-    throw Error(Status::no_such_format, "this format is for 8-bit grey scans and the scan is 24-bit colour");
-  }
-  switch (options.side) {
-    case Side::both:
-      break;
-    case Side::front:
-      request.side = zel::kLeftHalf;
-      break;
-    case Side::rear:
-      request.side = zel::kRightHalf;
-      break;
-    case Side::flip_front:
-      request.side = zel::kFlipLeftHalf;
-      break;
-    default:
-      bad_argument("the side is not one of those listed");
-  }
-  if (options.side != Side::both && scan.width < 2) bad_argument("a scan one pixel wide has no two faces");
-  switch (options.rotation) {
-    case Rotation::none:
-      break;
-    case Rotation::clockwise:
-      request.rotation = zel::kClockwise;
-      break;
-    case Rotation::counter_clockwise:
-      request.rotation = zel::kCounterClockwise;
-      break;
-    default:
-      bad_argument("the rotation is not one of those listed");
-  }
-  if (options.threshold) {
-    if (*options.threshold < 0 || *options.threshold > 256) bad_argument("the threshold is not from 0 to 256");
-    request.threshold_mode = 1;
-    request.level = *options.threshold;
-  }
-  request.turn_pixels_in_place = false;
-  return request;
 }
 
 }  // namespace
@@ -234,32 +156,6 @@ std::vector<std::byte> descramble(std::span<const std::byte> tiff, const Descram
   zel::set_rows(image, rows, zel::samples_of(kind_of(scan)));
   image.saveTagsAndHeader(file);
   result.resize(header_bytes + image.imageSize);
-  return result;
-}
-
-std::vector<std::byte> process_scan(std::span<const std::byte> tiff, const ProcessOptions& options,
-                                    ProcessReport* report, const Limits& limits) {
-  const Scan scan = read_scan(tiff, limits);
-  zel::PipelineRequest request = checked_request(scan, options);
-  CROP_PARAM crop_params = {};
-  request.crop_params = &crop_params;
-
-  zel::LocalImage image;
-  load(image, tiff);
-  zel::PipelineRun run(image, kind_of(scan), request);
-  run.run();
-  std::vector<std::byte> result = room_for(zel::output_bytes(image, kind_of(scan), request.format));
-  unsigned int size = 0;
-  zel::write_output(image, kind_of(scan), request.format, reinterpret_cast<unsigned char*>(result.data()), &size);
-
-  if (report != nullptr) {
-    *report = {image.width, image.height, image.bitDepth, std::nullopt};
-    if (const zel::ConstView bilevel = run.bilevel(); !bilevel.empty()) {
-      const std::uint8_t* const pixels = bilevel.row_ptr(0);
-      const std::size_t n = bilevel.width() * bilevel.height();
-      report->black_share = static_cast<double>(std::count(pixels, pixels + n, 0)) / static_cast<double>(n);
-    }
-  }
   return result;
 }
 

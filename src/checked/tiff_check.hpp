@@ -1,4 +1,4 @@
-// Verification of a TIFF's structure before any of its offsets is followed.
+// The structure of a TIFF, verified, in the terms of the checked interface.
 #pragma once
 
 #include <ZelIMP.hpp>

@@ -31,6 +31,9 @@ void bit_pack_scalar(ConstView src, MutableView dst) {
   }
 }
 
-void bit_pack(ConstView src, MutableView dst) { bit_pack_scalar(src, dst); }
+void bit_pack(ConstView src, MutableView dst) {
+  static const auto run = best(kBitPack);
+  run(src, dst);
+}
 
 }  // namespace zel::kern

@@ -14,8 +14,9 @@ namespace zel::kern {
 void bit_pack(ConstView src, MutableView dst);
 
 using BitPackFn = decltype(bit_pack);
-BitPackFn bit_pack_scalar;
+BitPackFn bit_pack_scalar, bit_pack_sse2, bit_pack_avx2;
 
-inline constexpr Variant<BitPackFn> kBitPack[] = {{"scalar", Isa::none, bit_pack_scalar}};
+inline constexpr Variant<BitPackFn> kBitPack[] = {
+    {"scalar", Isa::none, bit_pack_scalar}, {"sse2", Isa::sse2, bit_pack_sse2}, {"avx2", Isa::avx2, bit_pack_avx2}};
 
 }  // namespace zel::kern

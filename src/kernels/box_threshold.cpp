@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <limits>
 
 #include "base/checked.hpp"
+#include "kernels/box_threshold_columns.hpp"
 
 namespace zel::kern {
 namespace {
@@ -94,10 +96,26 @@ void first_row(ConstView src, MutableView dst, RowSums sums, std::size_t half, c
   }
 }
 
+// The factors for windows that vector variants serve. With 2^k = 256 << shift and the multiplier 100 * 2^k / percent
+// rounded up by less than 1, the product exceeds pixel * 100 / percent by less than 255 / 2^k, which is at most
+// 1 / percent: not enough to reach the next integer. 2^k is less than 2 * 255 * percent, so that the multiplier fits.
+LimitFactors factors(int window, int percent) {
+  const std::uint64_t divisor = static_cast<std::uint64_t>(percent);
+  const int shift = std::max(static_cast<int>(std::bit_width(255 * divisor - 1)) - 8, 0);
+  const std::uint64_t multiplier = ((std::uint64_t{25600} << shift) + divisor - 1) / divisor;
+  return {static_cast<std::uint16_t>(multiplier), shift, static_cast<std::int16_t>(window * window)};
+}
+
+// What a variant does ahead of the scalar code, if anything.
+struct Ahead {
+  ColumnStep* step;
+  LimitFactors limit;
+};
+
 // One row of sums from the row above. enters, leaves: the rows that come into the window and drop out of it.
 template <bool kEnters, bool kLeaves, class Rule>
 void next_row(ConstView src, MutableView dst, std::size_t r, std::size_t half, std::span<const std::int32_t> above,
-              std::span<std::int32_t> sums, const Rule& rule) {
+              std::span<std::int32_t> sums, const Rule& rule, const Ahead& ahead) {
   const std::size_t width = src.width();
   const std::uint8_t* const enters = kEnters ? src.row_ptr(r + half) : nullptr;
   const std::uint8_t* const leaves = kLeaves ? src.row_ptr(r - half - 1) : nullptr;
@@ -126,6 +144,12 @@ void next_row(ConstView src, MutableView dst, std::size_t r, std::size_t half, s
     step(c);
   }
   for (; c < out_begin; ++c) step(c);
+  if (kEnters && kLeaves && ahead.step != nullptr && c < in_end) {
+    auto change16 = static_cast<std::int16_t>(run);
+    c += ahead.step({enters + c, leaves + c, from + c, to + c, &above[c], &sums[c]}, in_end - c, half, ahead.limit,
+                    change16);
+    run = static_cast<std::uint32_t>(change16);
+  }
   // Ahead of the running sum, so that the compiler can take many columns at once.
   std::array<std::int16_t, 256> turnover;
   while (c < in_end) {
@@ -145,40 +169,51 @@ void next_row(ConstView src, MutableView dst, std::size_t r, std::size_t half, s
 }
 
 template <class Rule>
-void threshold(ConstView src, MutableView dst, RowSums sums, std::size_t half, const Rule& rule) {
+void threshold(ConstView src, MutableView dst, RowSums sums, std::size_t half, const Rule& rule, const Ahead& ahead) {
   first_row(src, dst, sums, half, rule);
-  std::span<const std::int32_t> above = sums.even;
+  // The last two rows leave their sums; the ones before them are summed in one buffer, which stays in the first cache.
+  const auto sums_of = [&](std::size_t r) {
+    const bool is_last = r + 1 == src.height();
+    return r != 0 && (is_last ? r : src.height()) % 2 != 0 ? sums.odd : sums.even;
+  };
   for (std::size_t r = 1; r < src.height(); ++r) {
-    const std::span<std::int32_t> current = r % 2 == 0 ? sums.even : sums.odd;
+    const std::span<const std::int32_t> above = sums_of(r - 1);
+    const std::span<std::int32_t> current = sums_of(r);
     const bool enters = half < src.height() - r;
     const bool leaves = r > half;
     if (enters && leaves) {
-      next_row<true, true>(src, dst, r, half, above, current, rule);
+      next_row<true, true>(src, dst, r, half, above, current, rule, ahead);
     } else if (enters) {
-      next_row<true, false>(src, dst, r, half, above, current, rule);
+      next_row<true, false>(src, dst, r, half, above, current, rule, ahead);
     } else if (leaves) {
-      next_row<false, true>(src, dst, r, half, above, current, rule);
+      next_row<false, true>(src, dst, r, half, above, current, rule, ahead);
     } else {
-      next_row<false, false>(src, dst, r, half, above, current, rule);
+      next_row<false, false>(src, dst, r, half, above, current, rule, ahead);
     }
-    above = current;
   }
 }
 
 }  // namespace
 
-void box_threshold_scalar(ConstView src, MutableView dst, RowSums sums, int window, int percent) {
+void box_threshold_by(ColumnStep* step, ConstView src, MutableView dst, RowSums sums, int window, int percent) {
   if (src.empty()) return;
   const std::size_t half = static_cast<std::size_t>(window / 2);
-  if (LimitRule::fits(window, percent)) {
-    threshold(src, dst, sums, half, LimitRule(window, percent));
+  if (!LimitRule::fits(window, percent)) {
+    threshold(src, dst, sums, half, LiteralRule(window, percent), {});
   } else {
-    threshold(src, dst, sums, half, LiteralRule(window, percent));
+    const bool has_step = step != nullptr && half <= kWidestHalf;
+    threshold(src, dst, sums, half, LimitRule(window, percent),
+              has_step ? Ahead{step, factors(window, percent)} : Ahead{});
   }
 }
 
+void box_threshold_scalar(ConstView src, MutableView dst, RowSums sums, int window, int percent) {
+  box_threshold_by(nullptr, src, dst, sums, window, percent);
+}
+
 void box_threshold(ConstView src, MutableView dst, RowSums sums, int window, int percent) {
-  box_threshold_scalar(src, dst, sums, window, percent);
+  static const auto run = best(kBoxThreshold);
+  run(src, dst, sums, window, percent);
 }
 
 }  // namespace zel::kern

@@ -16,7 +16,8 @@
 //
 // Exact. Cost: independent of window, about four reads and two writes per pixel.
 // Method: S of the row above plus a running sum of entering minus leaving pixels; the decision is a comparison with a
-// limit per grey level where nothing can wrap.
+// limit per grey level where nothing can wrap. The vector variants keep the running sum in 16 bits (windows up to 127)
+// and compute the limit.
 #pragma once
 
 #include <cstdint>
@@ -35,8 +36,10 @@ struct RowSums {
 void box_threshold(ConstView src, MutableView dst, RowSums sums, int window, int percent);
 
 using BoxThresholdFn = decltype(box_threshold);
-BoxThresholdFn box_threshold_scalar;
+BoxThresholdFn box_threshold_scalar, box_threshold_sse2, box_threshold_avx2;
 
-inline constexpr Variant<BoxThresholdFn> kBoxThreshold[] = {{"scalar", Isa::none, box_threshold_scalar}};
+inline constexpr Variant<BoxThresholdFn> kBoxThreshold[] = {{"scalar", Isa::none, box_threshold_scalar},
+                                                            {"sse2", Isa::sse2, box_threshold_sse2},
+                                                            {"avx2", Isa::avx2, box_threshold_avx2}};
 
 }  // namespace zel::kern

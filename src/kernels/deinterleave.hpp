@@ -27,11 +27,12 @@ void deinterleave_colour(ConstView raw, MutableView a, MutableView b, std::size_
 
 using DeinterleaveGreyFn = decltype(deinterleave_grey);
 using DeinterleaveColourFn = decltype(deinterleave_colour);
-DeinterleaveGreyFn deinterleave_grey_scalar;
-DeinterleaveColourFn deinterleave_colour_scalar;
+DeinterleaveGreyFn deinterleave_grey_scalar, deinterleave_grey_ssse3;
+DeinterleaveColourFn deinterleave_colour_scalar, deinterleave_colour_ssse3;
 
-inline constexpr Variant<DeinterleaveGreyFn> kDeinterleaveGrey[] = {{"scalar", Isa::none, deinterleave_grey_scalar}};
+inline constexpr Variant<DeinterleaveGreyFn> kDeinterleaveGrey[] = {{"scalar", Isa::none, deinterleave_grey_scalar},
+                                                                    {"ssse3", Isa::ssse3, deinterleave_grey_ssse3}};
 inline constexpr Variant<DeinterleaveColourFn> kDeinterleaveColour[] = {
-    {"scalar", Isa::none, deinterleave_colour_scalar}};
+    {"scalar", Isa::none, deinterleave_colour_scalar}, {"ssse3", Isa::ssse3, deinterleave_colour_ssse3}};
 
 }  // namespace zel::kern

@@ -6,9 +6,8 @@
 // With B and W the levels of a sample's column: 0 up to B; sample - B when B >= W; else
 // min((sample - B) * 255 / (W - B), 255), the quotient toward zero.
 //
-// Exact: with numerators up to 255 * 255 a rounded quotient of floats never reaches the next integer, so that its
-// truncation is the integer quotient (checked for every numerator and divisor). Cost: one read and one write per
-// sample, one division.
+// Exact: the quotient is a product of floats that is too large by too little to reach the next integer (checked for
+// every sample and W - B). Cost: one read and one write per sample, one multiplication.
 #pragma once
 
 #include <cstdint>
@@ -22,8 +21,10 @@ namespace zel::kern {
 void flat_field(MutableView image, std::span<const std::uint16_t> white, std::span<const std::uint16_t> black);
 
 using FlatFieldFn = decltype(flat_field);
-FlatFieldFn flat_field_scalar;
+FlatFieldFn flat_field_scalar, flat_field_sse2, flat_field_avx2;
 
-inline constexpr Variant<FlatFieldFn> kFlatField[] = {{"scalar", Isa::none, flat_field_scalar}};
+inline constexpr Variant<FlatFieldFn> kFlatField[] = {{"scalar", Isa::none, flat_field_scalar},
+                                                      {"sse2", Isa::sse2, flat_field_sse2},
+                                                      {"avx2", Isa::avx2, flat_field_avx2}};
 
 }  // namespace zel::kern

@@ -86,16 +86,14 @@ void put_row(BitWriter& out, std::span<const std::uint8_t> line, const std::int3
   }
 }
 
-}  // namespace
-
-std::size_t g4_encode_scalar(ConstView src, std::span<std::uint8_t> dst) {
+std::size_t encode(RunScanFn* scan, ConstView src, std::span<std::uint8_t> dst) {
   BitWriter out(dst.data());
   std::vector<std::int32_t> changes(src.width() + kSentinels);
   // Before the first row: an imaginary white line, which has no change.
   std::vector<std::int32_t> reference_changes(src.width() + kSentinels, static_cast<std::int32_t>(src.width()));
   const std::uint8_t* reference = nullptr;
   for (std::size_t r = 0; r < src.height(); ++r) {
-    run_scan(src.row(r), changes);
+    scan(src.row(r), changes);
     put_row(out, src.row(r), changes.data(), reference, reference_changes.data());
     reference = src.row_ptr(r);
     std::swap(changes, reference_changes);
@@ -104,6 +102,15 @@ std::size_t g4_encode_scalar(ConstView src, std::span<std::uint8_t> dst) {
   return out.finish();
 }
 
-std::size_t g4_encode(ConstView src, std::span<std::uint8_t> dst) { return g4_encode_scalar(src, dst); }
+}  // namespace
+
+std::size_t g4_encode_scalar(ConstView src, std::span<std::uint8_t> dst) { return encode(run_scan_scalar, src, dst); }
+std::size_t g4_encode_sse2(ConstView src, std::span<std::uint8_t> dst) { return encode(run_scan_sse2, src, dst); }
+std::size_t g4_encode_avx2(ConstView src, std::span<std::uint8_t> dst) { return encode(run_scan_avx2, src, dst); }
+
+std::size_t g4_encode(ConstView src, std::span<std::uint8_t> dst) {
+  static const auto run = best(kG4Encode);
+  return run(src, dst);
+}
 
 }  // namespace zel::kern

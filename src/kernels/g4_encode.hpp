@@ -23,8 +23,9 @@ namespace zel::kern {
 std::size_t g4_encode(ConstView src, std::span<std::uint8_t> dst);
 
 using G4EncodeFn = decltype(g4_encode);
-G4EncodeFn g4_encode_scalar;
+G4EncodeFn g4_encode_scalar, g4_encode_sse2, g4_encode_avx2;  // with the variants of run_scan
 
-inline constexpr Variant<G4EncodeFn> kG4Encode[] = {{"scalar", Isa::none, g4_encode_scalar}};
+inline constexpr Variant<G4EncodeFn> kG4Encode[] = {
+    {"scalar", Isa::none, g4_encode_scalar}, {"sse2", Isa::sse2, g4_encode_sse2}, {"avx2", Isa::avx2, g4_encode_avx2}};
 
 }  // namespace zel::kern

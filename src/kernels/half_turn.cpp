@@ -53,10 +53,14 @@ void exchange_turned_scalar(std::span<std::uint8_t> first, std::span<std::uint8_
   }
 }
 
-void half_turn(std::span<const std::uint8_t> src, std::span<std::uint8_t> dst) { half_turn_scalar(src, dst); }
+void half_turn(std::span<const std::uint8_t> src, std::span<std::uint8_t> dst) {
+  static const auto run = best(kHalfTurn);
+  run(src, dst);
+}
 
 void exchange_turned(std::span<std::uint8_t> first, std::span<std::uint8_t> last, std::size_t samples) {
-  exchange_turned_scalar(first, last, samples);
+  static const auto run = best(kExchangeTurned);
+  run(first, last, samples);
 }
 
 }  // namespace zel::kern

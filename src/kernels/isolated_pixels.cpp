@@ -84,14 +84,14 @@ bool has_neighbours(ConstView image, int min_count, std::size_t row, std::size_t
   return limit(static_cast<int>((r_end - r_begin) * (c_end - c_begin)), min_count) > sum;
 }
 
-void isolated_pixels_scalar(MutableView image, int min_count) {
+void isolated_pixels_from(MutableView image, int min_count, std::size_t first_row) {
   if (image.empty()) return;
   const std::size_t last_row = image.height() - 1;
   const std::size_t last_col = image.width() - 1;
   const auto filter_edge = [&](std::size_t r, std::size_t c) {
     if (!has_neighbours(image, min_count, r, c)) image.row_ptr(r)[c] = 255;
   };
-  for (std::size_t r = 0; r <= last_row; ++r) {
+  for (std::size_t r = first_row; r <= last_row; ++r) {
     if (r == 0 || r == last_row) {
       for (std::size_t c = 0; c <= last_col; ++c) filter_edge(r, c);
       continue;
@@ -102,6 +102,11 @@ void isolated_pixels_scalar(MutableView image, int min_count) {
   }
 }
 
-void isolated_pixels(MutableView image, int min_count) { isolated_pixels_scalar(image, min_count); }
+void isolated_pixels_scalar(MutableView image, int min_count) { isolated_pixels_from(image, min_count, 0); }
+
+void isolated_pixels(MutableView image, int min_count) {
+  static const auto run = best(kIsolatedPixels);
+  run(image, min_count);
+}
 
 }  // namespace zel::kern

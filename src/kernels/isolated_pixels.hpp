@@ -6,6 +6,8 @@
 //              min_count pixels of the block, itself included, are black
 //
 // Exact. Cost: one read per pixel, eight more in the neighbourhood of black pixels.
+// Method of the vector variants, for 0/255 images and a min_count of 2: a bit per pixel, whose counts and decisions are
+// bit-wise operations and one addition on words; see isolated_bits.hpp.
 #pragma once
 
 #include "base/image_view.hpp"
@@ -19,8 +21,13 @@ bool has_neighbours(ConstView image, int min_count, std::size_t row, std::size_t
 void isolated_pixels(MutableView image, int min_count);
 
 using IsolatedPixelsFn = decltype(isolated_pixels);
-IsolatedPixelsFn isolated_pixels_scalar;
+IsolatedPixelsFn isolated_pixels_scalar, isolated_pixels_sse2, isolated_pixels_avx2;
 
-inline constexpr Variant<IsolatedPixelsFn> kIsolatedPixels[] = {{"scalar", Isa::none, isolated_pixels_scalar}};
+inline constexpr Variant<IsolatedPixelsFn> kIsolatedPixels[] = {{"scalar", Isa::none, isolated_pixels_scalar},
+                                                                {"sse2", Isa::sse2, isolated_pixels_sse2},
+                                                                {"avx2", Isa::avx2, isolated_pixels_avx2}};
+
+// The reference from first_row on; the rows above are done.
+void isolated_pixels_from(MutableView image, int min_count, std::size_t first_row);
 
 }  // namespace zel::kern

@@ -3,21 +3,21 @@
 #include <algorithm>
 #include <cstring>
 
+#include "kernels/quarter_turn_strip.hpp"
+
 namespace zel::kern {
 namespace {
 
-// Pixel by pixel. dst is the part of the result that src turns into, here and in turn_block.
+// Pixel by pixel.
 template <std::size_t kSamples>
-void turn_pixels(ConstView src, MutableView dst, Turn turn) {
-  const std::size_t rows = src.width() / kSamples;  // of dst
-  const bool clockwise = turn == Turn::clockwise;
+void turn_pixels(const TurnPart<kSamples>& part) {
+  const std::size_t rows = part.src.width() / kSamples;  // of dst
   // Walking along a destination row moves one source row up (clockwise) or down.
-  const std::ptrdiff_t step = static_cast<std::ptrdiff_t>(src.stride()) * (clockwise ? -1 : 1);
+  const std::ptrdiff_t step = static_cast<std::ptrdiff_t>(part.src.stride()) * (part.turn == Turn::clockwise ? -1 : 1);
   for (std::size_t r = 0; r < rows; ++r) {
-    const std::uint8_t* from =
-        src.row_ptr(clockwise ? src.height() - 1 : 0) + (clockwise ? r : rows - 1 - r) * kSamples;
-    std::uint8_t* to = dst.row_ptr(r);
-    for (std::size_t left = src.height();;) {
+    const std::uint8_t* from = part.from(0) + r * kSamples;
+    std::uint8_t* to = part.to(r);
+    for (std::size_t left = part.src.height();;) {
       std::memcpy(to, from, kSamples);
       if (--left == 0) break;
       from += step;
@@ -26,17 +26,12 @@ void turn_pixels(ConstView src, MutableView dst, Turn turn) {
   }
 }
 
-constexpr std::size_t kBlock = 16;
-
-// kBlock x kBlock bytes.
-void turn_block(ConstView src, MutableView dst, Turn turn) {
-  constexpr std::size_t kHalf = kBlock * kBlock / 2;
-  const bool clockwise = turn == Turn::clockwise;
+// kTurnBlock x kTurnBlock bytes.
+void turn_block(const TurnPart<1>& part) {
+  constexpr std::size_t kHalf = kTurnBlock * kTurnBlock / 2;
   std::uint8_t bytes[2 * kHalf];
   std::uint8_t shuffled[2 * kHalf];
-  for (std::size_t r = 0; r < kBlock; ++r) {
-    std::memcpy(bytes + r * kBlock, src.row_ptr(clockwise ? kBlock - 1 - r : r), kBlock);
-  }
+  for (std::size_t r = 0; r < kTurnBlock; ++r) std::memcpy(bytes + r * kTurnBlock, part.from(r), kTurnBlock);
   // A perfect shuffle rotates the eight bits of a byte's position by one: four of them exchange row and column. The
   // compiler makes interleaving instructions of it.
   const auto shuffle = [](const std::uint8_t* from, std::uint8_t* to) {
@@ -49,51 +44,58 @@ void turn_block(ConstView src, MutableView dst, Turn turn) {
     shuffle(bytes, shuffled);
     shuffle(shuffled, bytes);
   }
-  for (std::size_t r = 0; r < kBlock; ++r) {
-    std::memcpy(dst.row_ptr(clockwise ? r : kBlock - 1 - r), bytes + r * kBlock, kBlock);
-  }
+  for (std::size_t r = 0; r < kTurnBlock; ++r) std::memcpy(part.to(r), bytes + r * kTurnBlock, kTurnBlock);
 }
 
 // Source rows taken together: few enough for a cache line of each to stay in the first cache, enough to fill whole
 // lines of dst.
-constexpr std::size_t kStrip = 64;
+constexpr std::size_t kStrip = 128;
+
+std::size_t strip_height(std::size_t rows_left) {
+  const std::size_t blocks = std::min(kStrip, rows_left) / kTurnBlock;
+  return blocks != 0 ? blocks * kTurnBlock : rows_left;
+}
 
 template <std::size_t kSamples>
-void turn_strips(ConstView src, MutableView dst, Turn turn) {
-  const bool clockwise = turn == Turn::clockwise;
-  // Where the part of w x h samples at (r, c) goes.
-  const auto part = [&](std::size_t r, std::size_t c, std::size_t h, std::size_t w) {
-    return dst.part((clockwise ? c : src.width() - c - w) / kSamples, (clockwise ? src.height() - r - h : r) * kSamples,
-                    w / kSamples, h * kSamples);
-  };
-  for (std::size_t r = 0; r < src.height(); r += kStrip) {
-    const std::size_t h = std::min(kStrip, src.height() - r);
-    std::size_t c = 0;  // up to where the strip is done
-    if (kSamples == 1 && h == kStrip) {
-      for (; c + kBlock <= src.width(); c += kBlock) {
-        for (std::size_t b = r; b < r + h; b += kBlock) {
-          turn_block(src.part(b, c, kBlock, kBlock), part(b, c, kBlock, kBlock), turn);
-        }
-      }
-    }
-    if (c < src.width()) {
-      turn_pixels<kSamples>(src.part(r, c, h, src.width() - c), part(r, c, h, src.width() - c), turn);
-    }
+void turn_strips(TurnStrip<kSamples>* turn_strip, ConstView src, MutableView dst, Turn turn) {
+  const TurnPart<kSamples> image = {src, dst, turn};
+  const std::size_t width = src.width();
+  for (std::size_t r = 0, h = 0; r < src.height(); r += h) {
+    h = strip_height(src.height() - r);
+    const bool has_blocks = turn_strip != nullptr && h % kTurnBlock == 0;
+    const std::size_t done = has_blocks ? turn_strip(image.part(r, 0, h, width)) : 0;
+    if (done < width) turn_pixels(image.part(r, done, h, width - done));
   }
 }
 
 }  // namespace
 
-void quarter_turn_scalar(ConstView src, MutableView dst, std::size_t samples, Turn turn) {
+std::size_t turn_grey_strip(const TurnPart<1>& strip) {
+  std::size_t c = 0;
+  for (; c + kTurnBlock <= strip.src.width(); c += kTurnBlock) {
+    for (std::size_t r = 0; r < strip.src.height(); r += kTurnBlock) {
+      turn_block(strip.part(r, c, kTurnBlock, kTurnBlock));
+    }
+  }
+  return c;
+}
+
+void quarter_turn_by(TurnStrip<1>* grey, TurnStrip<3>* colour, ConstView src, MutableView dst, std::size_t samples,
+                     Turn turn) {
   if (samples == 1) {
-    turn_strips<1>(src, dst, turn);
+    turn_strips(grey, src, dst, turn);
   } else {
-    turn_strips<3>(src, dst, turn);
+    turn_strips(colour, src, dst, turn);
   }
 }
 
+void quarter_turn_scalar(ConstView src, MutableView dst, std::size_t samples, Turn turn) {
+  quarter_turn_by(turn_grey_strip, nullptr, src, dst, samples, turn);
+}
+
 void quarter_turn(ConstView src, MutableView dst, std::size_t samples, Turn turn) {
-  quarter_turn_scalar(src, dst, samples, turn);
+  static const auto run = best(kQuarterTurn);
+  run(src, dst, samples, turn);
 }
 
 }  // namespace zel::kern

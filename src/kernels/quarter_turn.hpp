@@ -19,8 +19,9 @@ enum class Turn { clockwise, counter_clockwise };
 void quarter_turn(ConstView src, MutableView dst, std::size_t samples, Turn turn);
 
 using QuarterTurnFn = decltype(quarter_turn);
-QuarterTurnFn quarter_turn_scalar;
+QuarterTurnFn quarter_turn_scalar, quarter_turn_ssse3;
 
-inline constexpr Variant<QuarterTurnFn> kQuarterTurn[] = {{"scalar", Isa::none, quarter_turn_scalar}};
+inline constexpr Variant<QuarterTurnFn> kQuarterTurn[] = {{"scalar", Isa::none, quarter_turn_scalar},
+                                                          {"ssse3", Isa::ssse3, quarter_turn_ssse3}};
 
 }  // namespace zel::kern

@@ -29,6 +29,9 @@ void rgb_to_grey_scalar(std::span<const std::uint8_t> rgb, std::span<std::uint8_
   }
 }
 
-void rgb_to_grey(std::span<const std::uint8_t> rgb, std::span<std::uint8_t> grey) { rgb_to_grey_scalar(rgb, grey); }
+void rgb_to_grey(std::span<const std::uint8_t> rgb, std::span<std::uint8_t> grey) {
+  static const auto run = best(kRgbToGrey);
+  run(rgb, grey);
+}
 
 }  // namespace zel::kern

@@ -38,6 +38,16 @@ Word changed(const std::uint8_t* p) {
 
 }  // namespace
 
+std::size_t run_scan_end(std::span<const std::uint8_t> row, std::span<std::int32_t> changes, std::size_t c,
+                         std::int32_t* next) {
+  for (; c < row.size(); ++c) {
+    if (row[c] != row[c - 1]) *next++ = static_cast<std::int32_t>(c);
+  }
+  const auto count = static_cast<std::size_t>(next - changes.data());
+  for (std::size_t k = 0; k < kSentinels; ++k) *next++ = static_cast<std::int32_t>(row.size());
+  return count;
+}
+
 std::size_t run_scan_scalar(std::span<const std::uint8_t> row, std::span<std::int32_t> changes) {
   std::int32_t* next = changes.data();
   if (!row.empty() && row[0] != 255) *next++ = 0;
@@ -50,16 +60,12 @@ std::size_t run_scan_scalar(std::span<const std::uint8_t> row, std::span<std::in
       *next++ = static_cast<std::int32_t>(c + static_cast<std::size_t>(std::countr_zero(marks)));
     }
   }
-  for (; c < row.size(); ++c) {
-    if (row[c] != row[c - 1]) *next++ = static_cast<std::int32_t>(c);
-  }
-  const auto count = static_cast<std::size_t>(next - changes.data());
-  for (std::size_t k = 0; k < kSentinels; ++k) *next++ = static_cast<std::int32_t>(row.size());
-  return count;
+  return run_scan_end(row, changes, c, next);
 }
 
 std::size_t run_scan(std::span<const std::uint8_t> row, std::span<std::int32_t> changes) {
-  return run_scan_scalar(row, changes);
+  static const auto run = best(kRunScan);
+  return run(row, changes);
 }
 
 }  // namespace zel::kern

@@ -5,10 +5,16 @@
 #include <ZelIMP.hpp>
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
+#include <cmath>
+#include <fstream>
 #include <functional>
 
 #include "support/guarded_buffer.hpp"
+#include "support/leaning_page.hpp"
 #include "support/random.hpp"
+#include "support/temporary_names.hpp"
 #include "support/tiff_builder.hpp"
 
 namespace {
@@ -77,6 +83,92 @@ TEST(Checked, process_gives_the_bytes_of_the_flat_call) {
   zelimp::ProcessReport report;
   zelimp::process_scan(as_input(half_black.bytes()), {.threshold = 128}, &report);
   EXPECT_EQ(report.black_share, 0.5);
+}
+
+// Every option that the flat call has no number of its own for stands in the crop parameters.
+TEST(Checked, whole_road_gives_the_bytes_of_the_flat_call_and_tells_what_it_did) {
+  const TemporaryNames names;
+  for (int i = 0; i < 2 * 3 * 3 * 3 * 3; ++i) {
+    const bool grey = i % 2 == 0;
+    const int form = i / 2 % 3, deskew = i / 6 % 3, crop = grey ? 0 : i / 18 % 3, rotation = i / 54 % 3;
+    const Bytes input = device_tiff(122, 64, grey ? 1 : 3, leaning_page(122, 64, grey ? 1 : 3)).bytes();
+    Bytes flat_input = input, flat(4 * input.size() + 20000);
+    unsigned int size = 0;
+    double told = 7.5;
+    ZelIMPSetCropParams(2, 3, 0, 8, 30, 0, 0);
+    const int number = std::array{grey ? 11 : 2, grey ? 3 : 4, grey ? 7 : 8}[static_cast<std::size_t>(form)];
+    ZelIMPImageProc(flat_input.data(), flat.data(), &size, number, 1, crop, rotation, 0, 40, deskew, &told);
+    flat.resize(size);
+
+    std::vector<std::pair<zelimp::Step, std::uint32_t>> steps;
+    zelimp::ProcessOptions options = {.side = Side::rear, .quality = 40};
+    options.format = std::array{Format::tiff, Format::jpeg_tiff, Format::jfif}[static_cast<std::size_t>(form)];
+    options.rotation = std::array{Rotation::none, Rotation::counter_clockwise,
+                                  Rotation::clockwise}[static_cast<std::size_t>(rotation)];
+    options.deskew = static_cast<zelimp::Deskew>(deskew);
+    options.crop = {static_cast<zelimp::CropMode>(crop), 2, 3, 700, 8, 30};
+    options.observer = [&](zelimp::Step step, const zelimp::StepImage& image) {
+      EXPECT_EQ(image.pixels.size(), std::size_t{image.width} * image.height * image.planes);
+      steps.emplace_back(step, image.width);
+    };
+    zelimp::ProcessReport report;
+    const auto call = [&] { return zelimp::process_scan(as_input(input), options, &report); };
+    if (!grey && deskew != 0 && (crop != 1 || (deskew == 2 && rotation == 0))) {
+      EXPECT_EQ(refusal(call).status(), Status::bad_argument) << i;
+      continue;
+    }
+    EXPECT_TRUE(same(call(), flat)) << i;
+    const bool found = grey ? deskew != 0 : crop == 1, corrected = deskew == 2;
+    EXPECT_EQ(report.skew_found.has_value(), found) << i;
+    EXPECT_EQ(report.skew_corrected, corrected ? report.skew_found : std::nullopt) << i;
+    if (!grey && deskew != 0 && rotation != 0) {
+      EXPECT_EQ(report.skew_found, told);
+    }
+    EXPECT_EQ(report.border.has_value(), grey && found);
+    if (report.border) {
+      // The right border of the rear face; the left one has been found first, on the front face.
+      EXPECT_EQ(std::tuple(report.border->face, report.border->threshold, report.border->first_row),
+                std::tuple(Side::front, 128, 16u));
+      EXPECT_TRUE(report.border->columns.size() == 32 && report.border->columns[0] == 7 + 6 * 47 / 64);
+    }
+    const zelimp::Box cut = report.cut.value_or(zelimp::Box{});
+    EXPECT_EQ(std::pair(cut.width, cut.height),
+              rotation == 0 ? std::pair(report.width, report.height) : std::pair(report.height, report.width));
+    std::vector<std::pair<zelimp::Step, std::uint32_t>> wanted = {{zelimp::Step::cut, cut.width}};
+    if (corrected)
+      wanted.insert(grey ? wanted.begin() : wanted.end(), {zelimp::Step::deskewed, grey ? 2 * cut.width : cut.width});
+    if (rotation != 0) wanted.emplace_back(zelimp::Step::turned, cut.height);
+    EXPECT_EQ(steps, wanted) << i;
+  }
+}
+
+TEST(Checked, other_files_are_those_of_the_flat_calls) {
+  const TemporaryNames names;
+  for (const std::uint32_t samples : {1u, 3u}) {
+    const TiffFile content = scan(13, 7, samples);
+    Bytes input = content.bytes(), flat(8000), wrapped(8000);
+    ASSERT_EQ(ZelIMPSaveMICR(input.data(), 0, flat.data(), 0, const_cast<char*>("hello")), 0u);
+    const auto described = zelimp::save_with_description(as_input(input), "hello");
+    flat.resize(described.size());
+    EXPECT_TRUE(same(described, flat));
+    EXPECT_EQ(zelimp::read_scan(described).description, "hello");
+
+    ASSERT_EQ(ZelIMPProcessRaw_TIFF(Bytes(content.pixels).data(), 13, 7, 8 * samples, 199.5, const_cast<char*>("m"),
+                                    nullptr, const_cast<char*>("s"), wrapped.data()),
+              0u);
+    const zelimp::RawPixels raw = {as_input(content.pixels), 13, 7, samples, 199.5, "m", {}, "s"};
+    const auto file = zelimp::wrap_raw_pixels(raw);
+    wrapped.resize(file.size());
+    EXPECT_TRUE(same(file, wrapped));
+  }
+  const Bytes input = scan(13, 7, 1).bytes();
+  const std::string path = testing::TempDir() + "zelimp_checked_" + std::to_string(getpid()) + ".tif";
+  std::ofstream(path).write(reinterpret_cast<const char*>(input.data()), std::ssize(input));
+  unsigned int size = 0;
+  const unsigned char* const bitmap = ZelIMPLoadTIFF(path.c_str(), &size);
+  std::remove(path.c_str());
+  ASSERT_NE(bitmap, nullptr);
+  EXPECT_TRUE(same(zelimp::load_bitmap(as_input(input)), Bytes(bitmap, bitmap + size)));
 }
 
 TEST(Checked, descramble_gives_the_bytes_of_the_image_object) {
@@ -179,6 +271,7 @@ TEST(Checked, refuses_what_it_cannot_process) {
 TEST(Checked, refuses_options_out_of_range) {
   const Bytes grey = scan(6, 4, 1).bytes(), colour = scan(6, 4, 3).bytes(), narrow = scan(1, 4, 1).bytes();
   const std::vector<std::uint16_t> six(6), twelve(12), eighteen(18);
+  const zelimp::CropOptions automatic = {.mode = zelimp::CropMode::automatic};
   const struct {
     const char* what;
     std::function<void()> call;
@@ -203,6 +296,41 @@ TEST(Checked, refuses_options_out_of_range) {
       {"threshold", [&] { zelimp::process_scan(as_input(grey), {.threshold = 257}); }},
       {"format", [&] { zelimp::process_scan(as_input(grey), {.format = static_cast<Format>(99)}); }},
       {"side", [&] { zelimp::process_scan(as_input(grey), {.side = static_cast<Side>(-1)}); }},
+      {"deskew", [&] { zelimp::process_scan(as_input(grey), {.deskew = static_cast<zelimp::Deskew>(3)}); }},
+      {"crop", [&] { zelimp::process_scan(as_input(grey), {.crop = {static_cast<zelimp::CropMode>(3)}}); }},
+      {"quality", [&] { zelimp::process_scan(as_input(grey), {.quality = 101}); }},
+      {"cropped grey", [&] { zelimp::process_scan(as_input(grey), {.side = Side::rear, .crop = automatic}); }},
+      {"both cropped", [&] { zelimp::process_scan(as_input(colour), {.format = Format::tiff, .crop = automatic}); }},
+      {"negative margin",
+       [&] { zelimp::process_scan(as_input(colour), {.format = Format::tiff, .crop = {.left_margin = -1}}); }},
+      {"no columns left",
+       [&] {
+         const zelimp::CropOptions narrow_crop = {zelimp::CropMode::fixed, 3, 3, 700, 150, 700};
+         zelimp::process_scan(as_input(colour), {.format = Format::tiff, .side = Side::front, .crop = narrow_crop});
+       }},
+      {"wide JPEG",
+       [&] {
+         zelimp::process_scan(as_input(device_tiff(65501, 1, 1, Bytes(65501)).bytes()), {.format = Format::jfif});
+       },
+       Status::over_limit},
+      {"colour bitmap", [&] { zelimp::load_bitmap(as_input(colour)); }, Status::unsupported},
+      {"NUL", [&] { zelimp::save_with_description(as_input(grey), std::string_view("a\0b", 3)); }},
+      {"too few pixels",
+       [&] {
+         zelimp::wrap_raw_pixels({as_input(Bytes(5)), 2, 3});
+       }},
+      {"two planes",
+       [&] {
+         zelimp::wrap_raw_pixels({as_input(Bytes(12)), 2, 3, 2});
+       }},
+      {"no pixels",
+       [&] {
+         zelimp::wrap_raw_pixels({{}, 0, 3});
+       }},
+      {"resolution",
+       [&] {
+         zelimp::wrap_raw_pixels({as_input(Bytes(6)), 2, 3, 1, std::nan("")});
+       }},
       {"rotation", [&] { zelimp::process_scan(as_input(grey), {.rotation = static_cast<Rotation>(3)}); }},
   };
   for (const auto& c : kCases) EXPECT_EQ(refusal(c.call).status(), c.status) << c.what;
@@ -233,6 +361,9 @@ int try_everything(const Bytes& file) {
   attempt([&] { return zelimp::process_scan(input, {.side = Side::rear, .rotation = Rotation::clockwise}).size(); });
   attempt([&] { return zelimp::process_scan(input, {.format = Format::tiff, .side = Side::flip_front}).size(); });
   attempt([&] { return zelimp::process_scan(input, {.format = Format::bitmap}).size(); });
+  attempt([&] { return zelimp::process_scan(input, {.format = Format::jfif, .deskew = zelimp::Deskew::on}).size(); });
+  attempt([&] { return zelimp::save_with_description(input, "d").size(); });
+  attempt([&] { return zelimp::load_bitmap(input).size(); });
   EXPECT_TRUE(std::equal(file.begin(), file.end(), guarded.data()));
   return succeeded;
 }
@@ -242,12 +373,12 @@ TEST(Checked, reads_nothing_outside_truncated_files) {
     TiffFile whole = scan(10, 6, 1);
     whole.directory_last = directory_last;
     const Bytes file = whole.bytes();
-    EXPECT_EQ(try_everything(file), 6);
+    EXPECT_EQ(try_everything(file), 9);
     for (std::size_t n = 0; n < file.size(); ++n) {
       // With the pixels at the end, tags and facts can be told of a file that lacks some of them.
       const bool tags_are_there = !directory_last && n >= file.size() - whole.pixels.size();
       // Without its last four bytes, the offset of a next directory, a file is complete.
-      const int most = tags_are_there ? 1 : directory_last && n >= file.size() - 4 ? 6 : 0;
+      const int most = tags_are_there ? 1 : directory_last && n >= file.size() - 4 ? 9 : 0;
       ASSERT_EQ(try_everything(Bytes(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(n))), most) << n;
     }
   }
@@ -261,7 +392,7 @@ TEST(Checked, survives_random_changes) {
     TiffFile whole = scan(9, 5, samples);
     const Bytes good = whole.bytes();
     const std::size_t header = good.size() - whole.pixels.size();
-    for (int i = 0; i < 6000; ++i, tried += 6) {
+    for (int i = 0; i < 6000; ++i, tried += 9) {
       Bytes bad = good;
       for (int k = 0; k <= i % 3; ++k) {
         const std::size_t at = random.below(static_cast<std::uint32_t>(header));

@@ -37,9 +37,8 @@ Job make_job(unsigned int k) {
   job.white.assign(width * samples, static_cast<std::uint16_t>(200 + k));
   job.black.assign(width, static_cast<std::uint16_t>(k));
   job.descramble = {.lag = k, .swap_sides = samples == 3 || k % 2 == 0, .tarsis_7200 = k % 3 != 0};
-  job.process.format = samples == 3 ? zelimp::Format::tiff
-                       : k % 2 == 0 ? zelimp::Format::group4
-                                    : zelimp::Format::one_bit;
+  constexpr zelimp::Format kGreyFormats[] = {zelimp::Format::group4, zelimp::Format::one_bit, zelimp::Format::jfif};
+  job.process.format = samples == 3 ? zelimp::Format::jpeg_tiff : kGreyFormats[k % 3];
   job.process.side = static_cast<zelimp::Side>(k % 4);
   job.process.rotation = static_cast<zelimp::Rotation>(k % 3);
   return job;

@@ -7,12 +7,13 @@ import json
 import os
 import pathlib
 import random
+import statistics
 import struct
 import subprocess
 import tempfile
 import unittest
 
-from PIL import Image
+from PIL import Image, ImageChops, ImageStat
 
 TOOL = os.environ.get("ZELIMP", "zelimp")
 BED = 12
@@ -28,8 +29,14 @@ REFUSALS = (
     (1, "descramble raw.tif -o x --white full --black {}", "short"),
     (2, "{}", ", polish, --fast, info, simulate - - -o x, descramble - -o x --white - --black full"),
     (2, "descramble raw.tif -o x {}", "more, --lag 252, --lag -1, --lag x, --halve 3, --model 2, --white full"),
-    (2, "process a -o x {}", "--format jpeg, --threshold x, --threshold 257, --threshold 9 --format bmp, --preview x"),
+    (2, "process a -o x {}", "--format gif, --threshold x, --threshold 257, --threshold 9 --format bmp, --preview x, "
+        "--quality 50, --format jfif --quality 0, --lag 1, --raw --white w, --deskew maybe, --crop-left 1, --steps x, "
+        "--crop fixed --crop-distance 9, --crop fixed --crop-length 0, --preview - --json"),
+    (2, "process scan.tif -o x --steps y {}", "--crop auto --side front, --crop auto"),
+    (2, "process colour.tif -o x --format tiff --side front --steps y {}", "--deskew on, --deskew on --crop auto"),
+    (2, "wrap raw.tif -o x {}", "--width 3, --width 3 --height 4, --width 0 --height 1"),
     (2, "simulate a b -o x {}", "--skew nan, --model 0, --gain 3, --colour --swap-sides 0 --white w --black b"),
+    (2, "simulate front.pnm rear.pnm -o x {}", "--shift 3, --shift 25,0, --half-width 146, --skew 9 --rows 155"),
     (3, "descramble {} -o x", "lzw"),
     (3, "process {} -o x --format tiff --preview y", "samples"),  # the library ignores that tag, the preview cannot
     (4, "process {} -o x --format g4 --preview y", "colour.tif"),
@@ -38,6 +45,7 @@ REFUSALS = (
     (5, "descramble raw.tif -o {}", "scan.tif, link, nowhere/x, raw.tif/x"),
     (5, "descramble raw.tif --force -o {}", "., link"),
     (5, "process scan.tif -o - --preview {}", "raw.tif"),
+    (5, "process scan.tif -o x --steps {}", "raw.tif, nowhere/x"),
     (6, "process {} -o x --preview y", "wide"),
     (6, "simulate {} rear.pnm -o x", "huge.pnm"),
     (6, "simulate front.pnm rear.pnm -o x --margin 10000", "the page"),
@@ -46,6 +54,11 @@ REFUSALS = (
 
 def noise(size, mode, seed):
     return Image.frombytes(mode, size, random.Random(seed).randbytes(size[0] * size[1] * len(mode)))
+
+
+# A light sheet without sharp edges.
+def sheet(mode, size, seed):
+    return noise((size[0] // 20, size[1] // 20), mode, seed).resize(size, Image.BICUBIC).point(lambda s: 180 + s // 4)
 
 
 # Both faces side by side, each in the middle of its half.
@@ -94,6 +107,12 @@ class CliTest(unittest.TestCase):
         self.tool(f"descramble raw.tif -o scan.tif --force {undo}")
         return page(front, rear, margin)
 
+    def sheets(self, mode, size, how="", undo=""):
+        return self.scan(sheet(mode, size, 1), sheet(mode, size, 2), 30, how, undo)
+
+    def report(self, how):
+        return json.loads(self.tool(f"process scan.tif -o out --force --json {how}").stdout)
+
     def files(self):
         return {path.name: path.is_file() and hash(path.read_bytes()) for path in self.dir.iterdir()}
 
@@ -137,6 +156,30 @@ class CliTest(unittest.TestCase):
         tops = [scan.crop((x, 0, x + 1, scan.height)).getbbox()[1] for x in (34, 74, scan.width - 74, scan.width - 34)]
         self.assertEqual([tops[1] - tops[0], tops[2] - tops[3]], [7, 7])  # 40 * tan(10 degrees)
 
+    def test_sheet_lies_mirrored_on_the_bed(self):
+        for mode, layout in itertools.product(("L", "RGB"), LAYOUTS):
+            front, rear = noise((37, 21), mode, 1), noise((24, 33), mode, 2)
+            self.scan(front, rear, 0, "--half-width 61 --rows 70 --shift -12,13 --noise 0", layout)
+            whole = Image.new(mode, (122, 70), (BED,) * len(mode))
+            whole.paste(front, (0, 24 + 13))
+            whole.paste(rear, (61 + 18 + 12, 18 + 13))
+            self.assert_picture("scan.tif", whole, (mode, layout))
+
+    # The same at every place, in whatever order the sensor reads it.
+    def test_bed_noise(self):
+        scans = []
+        for mode, undo in (("L", LAYOUTS[0]), ("RGB", LAYOUTS[1] + " --lag 99"), ("RGB", LAYOUTS[2] + " --lag 9")):
+            self.scan(*[Image.new(mode, (40, 30), "white")] * 2, 99, "--half-width 300 --rows 300 --bed-noise 2", undo)
+            scans.append(self.picture("scan.tif").convert("RGB").tobytes())
+        self.assertEqual(len({*map(hash, scans)}), 1)
+        scan, unfed = self.picture("scan.tif").convert("L"), self.picture("raw.tif").tobytes()[1:9 * 600 * 3:2]
+        self.assertEqual(scan.crop((130, 135, 170, 165)).getextrema(), (255, 255))
+        for bed in (scan.crop((0, 0, 256, 128)).tobytes(), unfed):
+            self.assertAlmostEqual(statistics.pstdev(map(int.__sub__, bed, bed[1:])), 2 * 2 ** 0.5, delta=0.2)
+            self.assertAlmostEqual(statistics.mean(bed), BED, delta=3)
+        slow = scan.resize((18, 9), Image.BOX, (0, 0, 576, 128)).tobytes()
+        self.assertGreater(max(slow) - min(slow), 3)
+
     def test_processing(self):
         self.tool("process scan.tif -o out --format 1bit")
         dark, light = self.picture("out").convert("L").crop((48, 48, 195, 203)).histogram()[::255]
@@ -157,6 +200,82 @@ class CliTest(unittest.TestCase):
                 if kind != "bmp":
                     tags = [self.picture("out").tag_v2[tag] for tag in (258, 259, 278, 282)]
                     self.assertEqual(tags, [depth, 4 if kind == "g4" else 1, wanted.height, 240], case)
+
+    def test_jpeg(self):
+        for mode, kind in itertools.product(("L", "RGB"), ("jpeg", "jfif")):
+            wanted, sizes = view(self.sheets(mode, (200, 200)), "rear", 90), []
+            for quality in (30, 95):
+                self.report(f"--side rear --rotate 90 --format {kind} --quality {quality} --preview out.png")
+                for name in ("out", "out.png"):
+                    difference = ImageChops.difference(self.picture(name), wanted)
+                    self.assertEqual((difference.mode, difference.size), (mode, wanted.size))
+                    self.assertLess(max(ImageStat.Stat(difference).mean), 6, (kind, quality))
+                coded = self.picture("out")
+                if kind == "jpeg":
+                    self.assertEqual([coded.tag_v2[tag] for tag in (53249, 259, 282)], [quality, 7, 240])
+                sizes.append(len(self.read("out")))
+            self.assertEqual(sizes[0] < sizes[1], kind == "jfif", sizes)
+
+    def test_deskew_of_a_grey_scan(self):
+        for skew in (2, 6):
+            self.sheets("L", (640, 480), f"--skew {skew} --noise 2")
+            scan, made = self.picture("scan.tif"), self.report("--deskew on --format tiff")
+            found, out = made["skew"]["found"], self.picture("out")
+            self.assertEqual(made["skew"], {"found": found, "corrected": found, "not_corrected": None})
+            self.assertAlmostEqual(found["degrees"], skew, delta=0.3)
+            self.assertTrue(out.width < scan.width and out.height < scan.height, out.size)
+            tops = [out.crop((x, 0, x + 1, 99)).point(lambda s: s > 99).getbbox()[1] for x in (90, 500)]
+            self.assertAlmostEqual(*tops, delta=3)
+            self.assertEqual(self.report("--deskew measure")["skew"], made["skew"] | {"corrected": None})
+        self.sheets("L", (640, 480), "--skew -4")
+        made = self.report("--deskew on")["skew"]
+        self.assertEqual(made, {"found": None, "corrected": None, "not_corrected": "not found"})
+
+    def test_crop(self):
+        for skew, (side, start) in itertools.product((0, 3), (("front", 0), ("rear", 1))):
+            self.sheets("RGB", (640, 480), f"--skew {skew}")
+            made = self.report(f"--format tiff --side {side} --crop auto --deskew on --rotate 90 --crop-distance 60")
+            cut, half = made["cut"], self.picture("scan.tif").width // 2
+            self.assertAlmostEqual(cut["left"], start * half + 30, delta=15)
+            self.assertAlmostEqual(cut["width"], half - 60, delta=30)
+            self.assertAlmostEqual(abs(made["skew"]["found"]["degrees"]), skew, delta=0.3)
+            self.assertEqual(made["skew"]["not_corrected"], None if skew else "within 1 degree")
+        whole = self.sheets("RGB", (90, 60))
+        for how, first, last in (("front --crop-left 20 --crop-length 60", 20, 60),
+                                 ("rear --crop-right 7 --crop-length 60", 241, 293)):
+            cut = self.report(f"--format tiff --crop fixed --side {how}")["cut"]
+            self.assertEqual(cut, {"left": first, "top": 0, "width": last - first + 1, "height": whole.height})
+            self.assert_picture("out", whole.crop((first, 0, last + 1, whole.height)), how)
+
+    def test_raw_and_steps(self):
+        undo, how = "--lag 8 --white white --black black", "--format 1bit --side rear --rotate 90 --deskew on"
+        self.sheets("L", (640, 480), "--skew 4", undo)
+        made = json.loads(self.tool(f"process --raw raw.tif -o two --steps d/ --json {how} {undo}").stdout)
+        self.assertEqual(self.report(how), made | {"input": "scan.tif", "output": "out"})
+        self.assertEqual(self.read("two"), self.read("out"))
+        raw, scan = (self.picture(name).size for name in ("raw.tif", "scan.tif"))
+        cut, border, turned = made["cut"], made["border"], (made["width"], made["height"])
+        both, face = (2 * cut["width"], cut["height"]), turned[::-1]
+        steps = {path.stem: self.picture(path) for path in sorted((self.dir / "d").iterdir())}
+        self.assertEqual(list(steps), "1-raw 2-descrambled 3-border 4-deskewed 5-box 6-split 7-turned 8-threshold "
+                         "9-result".split())
+        self.assertEqual([p.size for p in steps.values()], [raw, scan, scan, both, both, face, turned, turned, turned])
+        self.assertEqual(steps["3-border"].getpixel((border["last_row_column"], border["last_row"])), (255, 0, 0))
+        self.assertEqual(steps["5-box"].getpixel((cut["left"], cut["top"])), (0, 190, 0))
+        self.assert_picture("d/9-result.png", self.picture("out").convert("L"), how)
+        self.report("--side flip --steps d --rotate 90")
+        self.assertEqual({path.stem for path in (self.dir / "d").iterdir()},
+                         {"2-descrambled", "6-flipped", "7-turned", "8-threshold", "9-result"})
+
+    def test_wrap_and_describe(self):
+        for mode in ("L", "RGB"):
+            pixels = noise((37, 21), mode, 5)
+            wrap = "wrap - -o - --width 37 --height 21 --dpi 300 --model-name M-1" + " --colour" * (mode == "RGB")
+            face = self.tool(wrap, stdin=pixels.tobytes()).stdout
+            self.tool("describe - -o scan.tif --force --description 0042", stdin=face)
+            self.report("--format tiff")
+            self.assert_picture("out", pixels, mode)
+            self.assertRegex(self.tool("info scan.tif").stdout, rb"(?s)300 x 300 dpi\n.*0042.*M-1")
 
     def test_version_help_and_info(self):
         self.assertRegex(self.tool("--version").stdout, rb"\Azelimp \d+\.\d+\.\d+\n\Z")
@@ -188,7 +307,7 @@ class CliTest(unittest.TestCase):
         self.assertEqual((self.dir / "scan.tif").stat().st_mode, (self.dir / "rear.pnm").stat().st_mode)
 
     def test_a_file_that_appears_meanwhile_stays(self):
-        with subprocess.Popen([TOOL, "process", "-", "-o", "x", "--preview", "y"], stdin=subprocess.PIPE,
+        with subprocess.Popen([TOOL, *"process - -o x --preview y --steps z".split()], stdin=subprocess.PIPE,
                               stderr=subprocess.DEVNULL, cwd=self.dir) as running:
             running.stdin.write(self.read("scan.tif"))  # more than a pipe holds: the tool has begun to read
             (self.dir / "y").write_bytes(b"mine")

@@ -1,5 +1,9 @@
-// Turns, the turn of one face, and splits, on pictures of letters.
+// Turns, the turn of one face, splits and crops to fixed margins, on pictures of letters.
+#include <climits>
+#include <cmath>
+
 #include "support.hpp"
+using namespace std::string_view_literals;
 using namespace zel::test;
 
 // Takes a step of an image and compares what it wrote, to dst or in place, and the sizes it left. The number of letters
@@ -39,4 +43,27 @@ TEST(Geometry, turns_and_flip_colour_odd_width_and_split_colour_odd_width) {
   check(&TiffImage::splitColor, 3, 2, "abcdefghiABCDEFGHI", "abcdABCD", 1, 2, 2);
   check(&TiffImage::splitColor, 3, 2, "abcdefghiABCDEFGHI", "efghEFGH", 1, 2, 1);
   check(&TiffImage::splitColor, 2, 1, "abcdef", "", 2, 1, 0);
+}
+
+TEST(Geometry, skew_rotation_keeps_size_and_skew_truncation_toward_zero) {
+  int w = 0, h = 0;
+  check(&TiffImage::DeskewTiff, 3, 3, "abcdefghi", "gdbghf\0ii"sv, 3, 3, std::atan(1.0), &w, &h);
+  check(&TiffImage::DeskewTiffColor, 4, 1, "abcdefghijkl", "\0\0\0\0\0\0\0\0\0ghi"sv, 4, 1, 2 * std::atan(1.0), &w, &h);
+  check(&TiffImage::DeskewTiff, 3, 1, "abc", "\0\0\0"sv, 3, 1, double{NAN}, &w, &h);
+  Drawn(2, 5, 1, std::plus()).DeskewTiff(nullptr, 0, &w, &h);
+  EXPECT_EQ(std::pair(w, h), std::pair(2, 5));
+}
+
+// Crops a row of two halves of six columns and one between, and in colour one of twice two and one.
+static void crop(int side, int mode, int left, int right, int length, std::string_view grey, std::string_view colour) {
+  CROP_PARAM param = {mode, 0, 0, 0, 0, 0, 0, left, right, 700, 150, length};
+  const auto [grey_width, width] = std::pair(unsigned(grey.size()), unsigned(colour.size() / 3));
+  check(&TiffImage::splitNcrop, 13, 1, "abcdefghijklm", grey, grey_width, 1, side, &param, nullptr);
+  check(&TiffImage::splitNcropColor, 5, 1, "abcdefghijklmno", colour, width, 1, side, &param, nullptr);
+}
+
+TEST(Geometry, crop_left_half_from_first_column_and_crop_right_half_length_and_crop_colour_odd_width) {
+  crop(2, 2, 0, 1, 4, "abcd", "abcdef"), crop(2, 2, -1, 1, 4, "abcde", "abcdef"), crop(2, 7, 1, 1, 9, "bcdef", "def");
+  crop(1, 2, 0, 1, 4, "jkl", "hijklm"), crop(1, 2, 2, 1, 9, "ijkl", "klm"), crop(2, 2, 9, 1, 3, "", "def");
+  crop(2, 2, INT_MIN, INT_MIN, INT_MAX, "abcdef", "abcdef"), crop(1, 2, INT_MIN, INT_MAX, INT_MIN, "", "");
 }

@@ -30,4 +30,15 @@ inline Bytes framed(const Bytes& content) {
   return out;
 }
 
+// An image without a header whose samples in row r and column c are all value(r, c).
+struct Drawn : TiffImage {
+  Drawn(unsigned columns, unsigned rows, unsigned samples, auto value) : pixels(std::size_t{columns} * rows * samples) {
+    for (unsigned i = 0; i < pixels.size(); ++i) {
+      pixels[i] = static_cast<std::uint8_t>(value(int(i / samples / columns), int(i / samples % columns)));
+    }
+    width = columns, height = rows, image = pixels.data();
+  }
+  Bytes pixels;
+};
+
 }  // namespace zel::test

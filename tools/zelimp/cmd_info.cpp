@@ -7,6 +7,7 @@
 #include "commands.hpp"
 #include "exit_code.hpp"
 #include "io.hpp"
+#include "json_text.hpp"
 #include "tag_text.hpp"
 
 namespace tool {
@@ -18,11 +19,6 @@ struct Options {
   std::string file;
   bool json = false;
 };
-
-// Bytes that are no UTF-8 are replaced; nothing that a terminal would act on comes through.
-std::string printable(const ordered_json& value, int indent = -1) {
-  return value.dump(indent, ' ', true, ordered_json::error_handler_t::replace);
-}
 
 ordered_json facts_of(const zelimp::Scan& scan) {
   ordered_json facts = {{"from_device", scan.from_device},

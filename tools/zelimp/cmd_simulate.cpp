@@ -1,5 +1,7 @@
 #include <memory>
 #include <optional>
+#include <tuple>
+#include <utility>
 
 #include "commands.hpp"
 #include "device_model.hpp"
@@ -11,11 +13,14 @@
 namespace tool {
 namespace {
 
+constexpr std::int32_t kMaxBedSide = 100000;
+
 struct Options {
   std::string front, rear, output, white, black;
   DeviceSettings settings;
   std::optional<double> gain_percent;
   std::optional<std::uint32_t> offset;
+  std::pair<std::int32_t, std::int32_t> shift{0, 0};
   bool colour = false;
   std::uint32_t dpi = 200;
   DeviceTexts texts;
@@ -49,6 +54,7 @@ void run(Options& options) {
   settings.calibrated = !options.white.empty();
   settings.gain_percent = options.gain_percent.value_or(settings.calibrated ? kUsualGainPercent : 0);
   settings.offset = options.offset.value_or(settings.calibrated ? kUsualOffset : 0);
+  std::tie(settings.shift_x, settings.shift_y) = options.shift;
   check(options);
   check_sources({options.front, options.rear});
   check_targets({options.output, options.white, options.black}, options.common.force);
@@ -68,9 +74,7 @@ void run(Options& options) {
     outputs.push_back({options.black, table_bytes(result.black)});
   }
   write_outputs(outputs, options.common.force);
-  for (const Output& output : outputs) {
-    progress.step("wrote " + output.path + ", " + std::to_string(output.bytes.size()) + " bytes");
-  }
+  progress.wrote(outputs);
 }
 
 }  // namespace
@@ -86,10 +90,25 @@ void add_simulate(CLI::App& program) {
   command.add_flag("--colour", options->colour, "Three planes a line instead of grey");
   command
       .add_option("--skew", settings.skew_deg,
-                  "Degrees by which the sheet lies turned, clockwise seen from the front [0]")
+                  "Degrees by which the sheet lies turned, clockwise seen from the front; the device turns sheets in "
+                  "this sense, below 0 is the other one [0]")
       ->check(between(-45, 45));
   command.add_option("--margin", settings.margin, "Bed around each face, pixels [24]")->check(between(0, 10000));
+  command.add_option("--half-width", settings.half_width, "Width of the bed below each face, instead of a margin")
+      ->check(between(1, kMaxBedSide));
+  command.add_option("--rows", settings.rows, "Height of the bed, instead of a margin")->check(between(1, kMaxBedSide));
+  command
+      .add_option("--shift", options->shift,
+                  "Pixels by which the sheet lies right of and below the middle of the bed; on the rear face, which is "
+                  "the mirror image, left and below [0,0]")
+      ->delimiter(',')
+      ->type_name("X,Y")
+      ->check(between(-kMaxBedSide, kMaxBedSide));
   command.add_option("--bed", settings.bed, "Grey level of the bed [12]")->check(between(0, 255));
+  command
+      .add_option("--bed-noise", settings.bed_noise,
+                  "Standard deviation of the bed's grain, grey levels; the bed also varies slowly by twice as much [0]")
+      ->check(between(0, 100));
   command.add_option("--lag", settings.lag, "Lines by which channel B lags [0]")->check(between(0, 65535));
   add_layout(command, settings.swap_sides, settings.model_7200);
   command.add_option("--white", options->white, "White table to write; the read-out needs correction then");
@@ -100,7 +119,7 @@ void add_simulate(CLI::App& program) {
       ->check(between(0u, kMaxOffset));
   command.add_option("--noise", settings.noise, "Standard deviation of the noise, grey levels [0]")
       ->check(between(0, 100));
-  command.add_option("--seed", settings.seed, "Start of the fluctuations and of the noise [1]")
+  command.add_option("--seed", settings.seed, "Start of the fluctuations, the noise and the bed [1]")
       ->check(between(0u, 4294967295u));
   command.add_option("--dpi", options->dpi, "Resolution to state in the file [200]")->check(between(1, 65535));
   command.add_option("--make", options->texts.make, "Make text, by which the device is known; empty: none");
@@ -112,6 +131,8 @@ void add_simulate(CLI::App& program) {
       "Examples:\n"
       "  zelimp simulate front.png rear.png -o raw.tif --lag 8\n"
       "  zelimp simulate front.png rear.png -o raw.tif --colour --skew 1.5 --noise 2 --white w.u16 --black b.u16\n"
+      "  zelimp simulate front.png rear.png -o raw.tif --skew 3 --half-width 1700 --rows 1100 --shift -40,20\n"
+      "  zelimp simulate front.png rear.png -o raw.tif --skew 3 --bed 20 --bed-noise 3 --noise 2\n"
       "Tables are 16-bit little-endian numbers: black one for each pixel of a line, white one for each sample of a\n"
       "line, plane after plane. descramble with the same tables, lag and layout restores the page.");
   command.callback([options] { run(*options); });

@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <cmath>
 #include <string>
+#include <vector>
 
 namespace tool {
 
@@ -12,6 +13,8 @@ void add_simulate(CLI::App& program);
 void add_info(CLI::App& program);
 void add_descramble(CLI::App& program);
 void add_process(CLI::App& program);
+void add_wrap(CLI::App& program);
+void add_describe(CLI::App& program);
 
 // What every command that writes files has.
 struct Common {
@@ -37,17 +40,17 @@ CLI::Validator between(Number least, Number most) {
       range);
 }
 
-// The sensor's layout, two options of simulate and descramble.
-inline void add_layout(CLI::App& command, bool& swap_sides, bool& model_7200) {
+// The sensor's layout: two options, which are returned.
+inline std::vector<CLI::Option*> add_layout(CLI::App& command, bool& swap_sides, bool& model_7200) {
   const auto flag = [&command](const char* name, bool& value, const char* help) {
-    command
+    return command
         .add_option_function<int>(
             name, [&value](int given) { value = given != 0; }, help)
         ->check(CLI::IsMember({0, 1}))
         ->type_name("0|1");
   };
-  flag("--swap-sides", swap_sides, "1: channel A reads the left half of a row, 0: the right half [1]");
-  flag("--model", model_7200, "1: channel A is read mirrored, 0: in order (with --swap-sides 0 only) [1]");
+  return {flag("--swap-sides", swap_sides, "1: channel A reads the left half of a row, 0: the right half [1]"),
+          flag("--model", model_7200, "1: channel A is read mirrored, 0: in order (with --swap-sides 0 only) [1]")};
 }
 
 }  // namespace tool

@@ -65,15 +65,21 @@ class InterruptsHeld {
   sigset_t before_;
 };
 
-// The files of one write_outputs call: temporaries, and names that were published. Removes all unless kept.
+// What one write_outputs call makes: temporaries, names that were published, a folder. Removes all unless kept.
 class Batch {
  public:
   Batch() = default;
   ~Batch() {
     for (const std::string& path : made_) ::unlink(path.c_str());
+    if (!folder_.empty()) ::rmdir(folder_.c_str());
   }
   Batch(const Batch&) = delete;
   Batch& operator=(const Batch&) = delete;
+
+  void make_folder(const std::string& path) {
+    if (::mkdir(path.c_str(), 0777) != 0) fail(path, errno);
+    folder_ = path;
+  }
 
   // Returns the temporary's name.
   std::string write_temporary(const Output& output) {
@@ -102,10 +108,12 @@ class Batch {
   // Keeps what was published.
   void keep(const std::vector<Output>& outputs) {
     for (const Output& output : outputs) made_.erase(output.path);
+    folder_.clear();
   }
 
  private:
   std::set<std::string> made_;
+  std::string folder_;
 };
 
 }  // namespace
@@ -166,7 +174,9 @@ void check_targets(const std::vector<std::string>& paths, bool force) {
   std::set<std::string> seen;
   for (const std::string& path : paths) {
     if (path.empty()) continue;
-    if (!seen.insert(path).second) throw Failure(Exit::usage, path + ": named for two outputs");
+    if (!seen.insert(path).second) {
+      throw Failure(Exit::usage, (path == "-" ? "standard output" : path) + ": named for two outputs");
+    }
     if (path == "-") continue;
     struct stat facts;
     if (::lstat(path.c_str(), &facts) == 0) {
@@ -179,13 +189,24 @@ void check_targets(const std::vector<std::string>& paths, bool force) {
   }
 }
 
-void write_outputs(const std::vector<Output>& outputs, bool force) {
+bool folder_exists(const std::string& path) {
+  struct stat facts;
+  if (::stat(path.c_str(), &facts) == 0) {
+    if (!S_ISDIR(facts.st_mode)) fail(path, ENOTDIR);
+    return true;
+  }
+  if (errno != ENOENT) fail(path, errno);
+  return false;
+}
+
+void write_outputs(const std::vector<Output>& outputs, bool force, const std::string& new_folder) {
   // First, because it cannot be taken back whereas files can.
   for (const Output& output : outputs) {
     if (output.path == "-") write_whole(STDOUT_FILENO, output.bytes, "standard output");
   }
   const InterruptsHeld held;
   Batch batch;
+  if (!new_folder.empty()) batch.make_folder(new_folder);
   std::vector<std::string> temporaries;
   for (const Output& output : outputs) {
     temporaries.push_back(output.path == "-" ? "" : batch.write_temporary(output));
@@ -201,6 +222,15 @@ void Progress::step(const std::string& what) {
   const std::chrono::duration<double, std::milli> taken = now - last_;
   last_ = now;
   if (verbose_) ::fprintf(stderr, "zelimp: %s, %.1f ms\n", what.c_str(), taken.count());
+}
+
+void Progress::wrote(const std::vector<Output>& outputs) {
+  for (const Output& output : outputs)
+    step("wrote " + output.path + ", " + std::to_string(output.bytes.size()) + " bytes");
+}
+
+void Progress::tell(const std::string& what) const {
+  if (verbose_) ::fprintf(stderr, "zelimp: %s\n", what.c_str());
 }
 
 }  // namespace tool

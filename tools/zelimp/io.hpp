@@ -34,15 +34,23 @@ void check_sources(const std::vector<std::string>& paths);
 // file, a folder that can be written. Empty paths are options that were not given.
 void check_targets(const std::vector<std::string>& paths, bool force);
 
-// Writes all outputs or none: each to a temporary file beside its target, then all under their names. Without force a
-// target that has come into being since check_targets is left alone and the call fails.
-void write_outputs(const std::vector<Output>& outputs, bool force);
+// Whether path is a folder; false where there is nothing.
+bool folder_exists(const std::string& path);
 
-// Tells what was done, and how long it took since the last call, on standard error; nothing unless verbose.
+// Writes all outputs or none: each to a temporary file beside its target, then all under their names. Without force a
+// target that has come into being since check_targets is left alone and the call fails. new_folder: made first, unless
+// it is empty, and removed when the call fails.
+void write_outputs(const std::vector<Output>& outputs, bool force, const std::string& new_folder = "");
+
+// Tells on standard error what is done; nothing unless verbose.
 class Progress {
  public:
   explicit Progress(bool verbose) : verbose_(verbose) {}
+  // What was done, and how long it took since the last call.
   void step(const std::string& what);
+  void wrote(const std::vector<Output>& outputs);
+  // Something to know.
+  void tell(const std::string& what) const;
 
  private:
   using Clock = std::chrono::steady_clock;

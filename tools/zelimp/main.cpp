@@ -19,13 +19,15 @@ int main(int argc, char** argv) {
   // A reader that goes away is a write that fails, and ends like any other.
   signal(SIGPIPE, SIG_IGN);
 
-  CLI::App program("Scans of the document and cheque scanner: simulate, inspect, descramble, process.", "zelimp");
+  CLI::App program("Scans of the document and cheque scanner: simulate, inspect, descramble, process, wrap.", "zelimp");
   program.set_version_flag("--version", std::string("zelimp ") + zelimp::version());
   program.require_subcommand(1);
   tool::add_simulate(program);
   tool::add_info(program);
   tool::add_descramble(program);
   tool::add_process(program);
+  tool::add_wrap(program);
+  tool::add_describe(program);
   program.footer(
       "Example, from two pictures to the front face as Group 4 TIFF:\n"
       "  zelimp simulate front.png rear.png -o raw.tif --lag 8\n"

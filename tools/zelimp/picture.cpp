@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <memory>
-#include <new>
+#include <utility>
 
 #include "exit_code.hpp"
 
@@ -69,6 +69,27 @@ void check_picture(const std::string& name, std::span<const std::byte> bytes) {
   }
 }
 
+// A word of Leptonica's rows holds four grey samples or one pixel, the first in its top byte.
+constexpr std::array kComponentShifts = {24, 16, 8};
+int grey_shift(std::uint32_t x) { return static_cast<int>(24 - x % 4 * 8); }
+
+[[noreturn]] void refuse_size(std::uint32_t width, std::uint32_t height) {
+  throw Failure(Exit::over_limit, "a picture of " + std::to_string(width) + " x " + std::to_string(height) +
+                                      " pixels cannot be written as PNG");
+}
+
+Bytes coded(Pix* pix) {
+  l_uint8* png = nullptr;
+  std::size_t size = 0;
+  const bool failed = pixWriteMem(&png, &size, pix, IFF_PNG) != 0;
+  const std::unique_ptr<l_uint8, decltype(&lept_free)> owner(png, lept_free);
+  if (failed) {
+    refuse_size(static_cast<std::uint32_t>(pixGetWidth(pix)), static_cast<std::uint32_t>(pixGetHeight(pix)));
+  }
+  const std::byte* first = reinterpret_cast<const std::byte*>(png);
+  return Bytes(first, first + size);
+}
+
 Picture samples_of(Pix* pix, bool colour) {
   Picture picture{static_cast<std::uint32_t>(pixGetWidth(pix)),
                   static_cast<std::uint32_t>(pixGetHeight(pix)),
@@ -79,11 +100,10 @@ Picture samples_of(Pix* pix, bool colour) {
   for (std::uint32_t y = 0; y < picture.height; ++y) {
     const l_uint32* row = pixGetData(pix) + y * row_words;
     for (std::uint32_t x = 0; x < picture.width; ++x) {
-      // A word holds four grey samples or one pixel, the first in its top byte.
       if (colour) {
-        for (const int shift : {24, 16, 8}) picture.samples.push_back(static_cast<std::uint8_t>(row[x] >> shift));
+        for (const int shift : kComponentShifts) picture.samples.push_back(static_cast<std::uint8_t>(row[x] >> shift));
       } else {
-        picture.samples.push_back(static_cast<std::uint8_t>(row[x / 4] >> (24 - x % 4 * 8)));
+        picture.samples.push_back(static_cast<std::uint8_t>(row[x / 4] >> grey_shift(x)));
       }
     }
   }
@@ -112,12 +132,69 @@ Bytes as_png(const std::string& scan_name, std::span<const std::byte> file) {
   if (!pix) {
     throw Failure(Exit::unsupported, scan_name + ": no preview, the scan has tags with which the result is unreadable");
   }
-  l_uint8* png = nullptr;
-  std::size_t size = 0;
-  if (pixWriteMem(&png, &size, pix.get(), IFF_PNG) != 0) throw std::bad_alloc();
-  const std::unique_ptr<l_uint8, decltype(&lept_free)> owner(png, lept_free);
-  const std::byte* first = reinterpret_cast<const std::byte*>(png);
-  return Bytes(first, first + size);
+  return coded(pix.get());
+}
+
+Bytes as_png(const zelimp::StepImage& image) {
+  const Silence silence;
+  const PixPtr pix(
+      pixCreate(static_cast<l_int32>(image.width), static_cast<l_int32>(image.height), image.planes == 3 ? 32 : 8));
+  if (!pix) refuse_size(image.width, image.height);
+  const std::size_t row_words = static_cast<std::size_t>(pixGetWpl(pix.get()));
+  const std::byte* sample = image.pixels.data();
+  const auto next = [&sample](int shift) { return std::to_integer<l_uint32>(*sample++) << shift; };
+  for (std::uint32_t y = 0; y < image.height; ++y) {
+    l_uint32* row = pixGetData(pix.get()) + y * row_words;
+    for (std::uint32_t x = 0; x < image.width; ++x) {
+      if (image.planes == 3) {
+        for (const int shift : kComponentShifts) row[x] |= next(shift);
+      } else {
+        row[x / 4] |= next(grey_shift(x));
+      }
+    }
+  }
+  return coded(pix.get());
+}
+
+zelimp::StepImage view_of(const Picture& picture) {
+  return {picture.width, picture.height, picture.planes, std::as_bytes(std::span(picture.samples))};
+}
+
+Picture copy_of(const zelimp::StepImage& image) {
+  Picture picture{image.width, image.height, image.planes, {}};
+  picture.samples.reserve(image.pixels.size());
+  for (const std::byte sample : image.pixels) picture.samples.push_back(std::to_integer<std::uint8_t>(sample));
+  return picture;
+}
+
+Picture in_colour(const zelimp::StepImage& image) {
+  if (image.planes == 3) return copy_of(image);
+  Picture picture{image.width, image.height, 3, {}};
+  picture.samples.reserve(image.pixels.size() * 3);
+  for (const std::byte level : image.pixels) {
+    picture.samples.insert(picture.samples.end(), 3, std::to_integer<std::uint8_t>(level));
+  }
+  return picture;
+}
+
+void fill(Picture& picture, const zelimp::Box& box, Colour colour) {
+  const std::uint64_t right = std::min<std::uint64_t>(std::uint64_t{box.left} + box.width, picture.width);
+  const std::uint64_t bottom = std::min<std::uint64_t>(std::uint64_t{box.top} + box.height, picture.height);
+  for (std::uint64_t y = box.top; y < bottom; ++y) {
+    for (std::uint64_t x = box.left; x < right; ++x) {
+      const std::array samples = {colour.red, colour.green, colour.blue};
+      std::ranges::copy(samples, picture.samples.begin() + static_cast<std::ptrdiff_t>((y * picture.width + x) * 3));
+    }
+  }
+}
+
+void outline(Picture& picture, const zelimp::Box& box, std::uint32_t thickness, Colour colour) {
+  const std::uint32_t across = std::min(thickness, box.width);
+  const std::uint32_t down = std::min(thickness, box.height);
+  fill(picture, {box.left, box.top, box.width, down}, colour);
+  fill(picture, {box.left, box.top + box.height - down, box.width, down}, colour);
+  fill(picture, {box.left, box.top, across, box.height}, colour);
+  fill(picture, {box.left + box.width - across, box.top, across, box.height}, colour);
 }
 
 }  // namespace tool

@@ -1,8 +1,11 @@
 #include "pages.hpp"
 
 #include <algorithm>
+#include <cstdlib>
 #include <map>
 #include <random>
+
+#include "base/maths.hpp"
 
 namespace zel::bench {
 namespace {
@@ -36,7 +39,27 @@ void draw_stroke(Page& page, Draw& draw, int x, int y) {
   }
 }
 
+// Both halves of the page turned about their middles, as mirror images of each other, with the bed around them.
+Page skewed(const Page& text) {
+  constexpr std::uint8_t kBed = 12;
+  Page page = {"skewed", text.width, text.height, std::vector<std::uint8_t>(text.grey.size(), kBed)};
+  const double cosine = maths::cos(0.05), sine = maths::sin(0.05);
+  const auto half = static_cast<int>(page.width / 2), height = static_cast<int>(page.height);
+  const int most_x = half * 2 / 5, most_y = height * 2 / 5;
+  for (int r = 0; r < height; ++r) {
+    for (int c = 0; c < 2 * half; ++c) {
+      const double x = c % half - half / 2, y = r - height / 2, turn = c < half ? sine : -sine;
+      const auto from_x = static_cast<int>(cosine * x + turn * y), from_y = static_cast<int>(cosine * y - turn * x);
+      if (std::abs(from_x) > most_x || std::abs(from_y) > most_y) continue;
+      const int from = (from_y + height / 2) * 2 * half + from_x + half / 2 + (c < half ? 0 : half);
+      page.grey[static_cast<std::size_t>(r * 2 * half + c)] = text.grey[static_cast<std::size_t>(from)];
+    }
+  }
+  return page;
+}
+
 Page drawn(Kind kind) {
+  if (kind == Kind::skewed) return skewed(drawn(Kind::text));
   constexpr const char* kNames[] = {"blank", "text", "noise", "large"};
   const std::size_t scale = kind == Kind::large ? 3 : 1;
   Page page = {kNames[static_cast<int>(kind)], scale * 3400, scale * 2200, {}};

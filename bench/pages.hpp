@@ -14,8 +14,9 @@ struct Page {
   std::vector<std::uint8_t> grey;
 };
 
-// Bare paper; print that covers 7 to 8 %; uniform noise; print on a page that no cache holds. Drawn once.
-enum class Kind { blank, text, noise, large };
+// Bare paper; print that covers 7 to 8 %; uniform noise; print on a page that no cache holds; the print as two sheets
+// that lie askew on a dark bed, front face clockwise by 0.05 radians. Drawn once.
+enum class Kind { blank, text, noise, large, skewed };
 const Page& page(Kind kind);
 
 }  // namespace zel::bench

@@ -10,7 +10,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <set>
+#include <system_error>
 #include <utility>
 
 #include "exit_code.hpp"
@@ -41,6 +43,14 @@ void write_whole(int fd, std::span<const std::byte> bytes, const std::string& na
     if (written < 0 && errno != EINTR) fail(name, errno);
     if (written > 0) bytes = bytes.subspan(static_cast<std::size_t>(written));
   }
+}
+
+// The same for all names of one file, as far as they can be followed.
+std::string one_name(const std::string& path) {
+  std::error_code unknown;
+  const std::filesystem::path name =
+      std::filesystem::weakly_canonical(std::filesystem::absolute(path, unknown), unknown);
+  return unknown ? path : name.string();
 }
 
 std::string folder_of(const std::string& path) {
@@ -174,7 +184,7 @@ void check_targets(const std::vector<std::string>& paths, bool force) {
   std::set<std::string> seen;
   for (const std::string& path : paths) {
     if (path.empty()) continue;
-    if (!seen.insert(path).second) {
+    if (!seen.insert(path == "-" ? path : one_name(path)).second) {
       throw Failure(Exit::usage, (path == "-" ? "standard output" : path) + ": named for two outputs");
     }
     if (path == "-") continue;

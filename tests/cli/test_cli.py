@@ -308,13 +308,16 @@ class CliTest(unittest.TestCase):
         self.assert_picture("scan.tif", view(self.whole, "rear", 0), "in place")
         self.assertEqual((self.dir / "scan.tif").stat().st_mode, (self.dir / "rear.pnm").stat().st_mode)
 
-    def test_a_file_that_appears_meanwhile_stays(self):
-        with subprocess.Popen([TOOL, *"process - -o x --preview y --steps z".split()], stdin=subprocess.PIPE,
-                              stderr=subprocess.DEVNULL, cwd=self.dir) as running:
-            running.stdin.write(self.read("scan.tif"))  # more than a pipe holds: the tool has begun to read
-            (self.dir / "y").write_bytes(b"mine")
-            before = self.files()
-        self.assertEqual((running.returncode, self.files()), (5, before))
+    def test_what_appears_meanwhile_stays(self):
+        (self.dir / "old").write_bytes(b"old")
+        for how, appears in (("-o x", pathlib.Path.touch), ("-o old --force", pathlib.Path.mkdir)):
+            with subprocess.Popen([TOOL, *f"process - {how} --preview y --steps z".split()], stdin=subprocess.PIPE,
+                                  stderr=subprocess.DEVNULL, cwd=self.dir) as running:
+                running.stdin.write(self.read("scan.tif"))  # more than a pipe holds: the tool has begun to read
+                (self.dir / "y").unlink(missing_ok=True)
+                appears(self.dir / "y")
+                before = self.files()
+            self.assertEqual((running.returncode, self.files()), (5, before))
 
     def test_refusals(self):
         def with_tag(tag, kind, old, new):

@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <map>
 #include <set>
 #include <system_error>
 #include <utility>
@@ -75,11 +76,18 @@ class InterruptsHeld {
   sigset_t before_;
 };
 
-// What one write_outputs call makes: temporaries, names that were published, a folder. Removes all unless kept.
+bool is_regular_file(const std::string& path) {
+  struct stat facts;
+  return ::lstat(path.c_str(), &facts) == 0 && S_ISREG(facts.st_mode);
+}
+
+// What one write_outputs call makes: temporaries, names that were published, a folder. Removes all unless kept; what
+// was replaced comes back.
 class Batch {
  public:
   Batch() = default;
   ~Batch() {
+    for (const auto& [old_file, path] : replaced_) ::rename(old_file.c_str(), path.c_str());
     for (const std::string& path : made_) ::unlink(path.c_str());
     if (!folder_.empty()) ::rmdir(folder_.c_str());
   }
@@ -106,6 +114,11 @@ class Batch {
   }
 
   void publish(const std::string& temporary, const std::string& path, bool force) {
+    if (force && is_regular_file(path) &&
+        ::renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, path.c_str(), RENAME_EXCHANGE) == 0) {
+      replaced_.emplace(temporary, path);  // the old file has the temporary's name until all is done
+      return;
+    }
     if (::renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, path.c_str(), force ? 0 : RENAME_NOREPLACE) == 0) {
       made_.erase(temporary);
     } else if (force || errno != EINVAL || ::link(temporary.c_str(), path.c_str()) != 0) {
@@ -118,11 +131,13 @@ class Batch {
   // Keeps what was published.
   void keep(const std::vector<Output>& outputs) {
     for (const Output& output : outputs) made_.erase(output.path);
+    replaced_.clear();
     folder_.clear();
   }
 
  private:
   std::set<std::string> made_;
+  std::map<std::string, std::string> replaced_;  // by the name of the old file
   std::string folder_;
 };
 

@@ -38,8 +38,8 @@ ZELIMP_C_BEGIN
  *   skewAngle      0.0 once the input has loaded; where a colour scan was measured or corrected, its skew in radians
  *
  * Returns ZELIMP_OK or a status above; on 1, 2 and 3 nothing is written to output and *outputSize, on 1 nothing to
- * *skewAngle either; on 5 *outputSize may be set. Lets std::bad_alloc through after releasing everything. Not reentrant: uses m_CropParam and the
- * row buffers of the adaptive threshold. */
+ * *skewAngle either; on 5 *outputSize may be set. Lets std::bad_alloc through after releasing everything. Not
+ * reentrant: uses m_CropParam and the row buffers of the adaptive threshold. */
 ZELIMP_API unsigned int ZelIMPImageProc(unsigned char* tiff, unsigned char* output, unsigned int* outputSize,
                                         int format, int side, int crop, int rotation, int thresholdMode, int level,
                                         int deskew, double* skewAngle);

@@ -45,6 +45,8 @@ std::optional<double> accepted_angle(const Border& border, bool left, std::size_
   constexpr double kPi = 3.1415926;
   const double ratio = static_cast<double>(border.greatest - border.least) / (static_cast<double>(height) * 0.5);
   if (ratio > 1.0) return {};
+  // KEPT: the lean of the border is taken for the sine of its angle, though it is the tangent, so that 9.85 degrees
+  // count as 10: test skew_limits.
   const double angle = zel::maths::asin(ratio), degrees = angle * 180 / kPi;
   const bool wrong_way = left ? border.bottom > border.top : border.top > border.bottom;
   if (degrees < 1.0 || degrees > 10.0 || wrong_way) return {};

@@ -60,7 +60,7 @@ TEST(Checked, process_gives_the_bytes_of_the_flat_call) {
     const Bytes input = scan(61, 30, samples).bytes();
     for (int i = 0; i < 4 * 3 * 2; ++i) {
       const int side = i % 4, rotation = i / 4 % 3;
-      const std::optional<int> threshold = i < 12 ? std::nullopt : std::optional(i * 10);
+      const std::optional<int> threshold = i < 12 ? std::nullopt : std::optional(i == 23 ? 256 : i * 10);
       Bytes flat_input = input, flat(3 * input.size() + 2000);  // turning one face changes the input
       unsigned int size = 0;
       double skew = 1.0;
@@ -124,14 +124,14 @@ TEST(Checked, whole_road_gives_the_bytes_of_the_flat_call_and_tells_what_it_did)
     if (!grey && deskew != 0 && rotation != 0) {
       EXPECT_EQ(report.skew_found, told);
     }
-    EXPECT_EQ(report.border.has_value(), grey && found);
+    const zelimp::Box cut = report.cut.value_or(zelimp::Box{});
+    EXPECT_TRUE(report.border.has_value() == (grey && found) && (crop != 0 || cut.left == cut.width)) << i;
     if (report.border) {
       // The right border of the rear face; the left one has been found first, on the front face.
       EXPECT_EQ(std::tuple(report.border->face, report.border->threshold, report.border->first_row),
                 std::tuple(Side::front, 128, 16u));
       EXPECT_TRUE(report.border->columns.size() == 32 && report.border->columns[0] == 7 + 6 * 47 / 64);
     }
-    const zelimp::Box cut = report.cut.value_or(zelimp::Box{});
     EXPECT_EQ(std::pair(cut.width, cut.height),
               rotation == 0 ? std::pair(report.width, report.height) : std::pair(report.height, report.width));
     std::vector<std::pair<zelimp::Step, std::uint32_t>> wanted = {{zelimp::Step::cut, cut.width}};

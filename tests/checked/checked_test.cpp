@@ -298,7 +298,9 @@ TEST(Checked, refuses_options_out_of_range) {
       {"side", [&] { zelimp::process_scan(as_input(grey), {.side = static_cast<Side>(-1)}); }},
       {"deskew", [&] { zelimp::process_scan(as_input(grey), {.deskew = static_cast<zelimp::Deskew>(3)}); }},
       {"crop", [&] { zelimp::process_scan(as_input(grey), {.crop = {static_cast<zelimp::CropMode>(3)}}); }},
-      {"quality", [&] { zelimp::process_scan(as_input(grey), {.quality = 101}); }},
+      {"quality 101", [&] { zelimp::process_scan(as_input(grey), {.quality = 101}); }},
+      {"quality 0", [&] { zelimp::process_scan(as_input(grey), {.quality = 0}); }},
+      {"length 0", [&] { zelimp::process_scan(as_input(grey), {.crop = {.max_length = 0}}); }},
       {"cropped grey", [&] { zelimp::process_scan(as_input(grey), {.side = Side::rear, .crop = automatic}); }},
       {"both cropped", [&] { zelimp::process_scan(as_input(colour), {.format = Format::tiff, .crop = automatic}); }},
       {"negative margin",
@@ -334,6 +336,7 @@ TEST(Checked, refuses_options_out_of_range) {
       {"rotation", [&] { zelimp::process_scan(as_input(grey), {.rotation = static_cast<Rotation>(3)}); }},
   };
   for (const auto& c : kCases) EXPECT_EQ(refusal(c.call).status(), c.status) << c.what;
+  EXPECT_NO_THROW(zelimp::process_scan(as_input(narrow)));
   const zelimp::Limits at = {.max_bytes = grey.size(), .max_pixels = 24, .max_tags = 16};
   EXPECT_NO_THROW(zelimp::read_scan(as_input(grey), at));
   for (const zelimp::Limits& below : {zelimp::Limits{.max_bytes = grey.size() - 1}, zelimp::Limits{.max_pixels = 23},

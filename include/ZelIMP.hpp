@@ -49,8 +49,8 @@ class ZELIMP_API Error : public std::runtime_error {
 };
 
 // What a call accepts at most. Whatever these say, files are limited to 2 GiB - 1 MiB and directories to 65534 tags, so
-// that no size in a result leaves 32 bits. Working memory, the result included, is below 8 times the file's bytes, or
-// 12 times those of an image with a single row.
+// that no size in a result leaves 32 bits. Working memory, the result included, is below 8 times the file's bytes, plus
+// 16 of the image's rows or columns, whichever are longer, and 64 KiB.
 struct Limits {
   std::uint64_t max_bytes = std::uint64_t{1} << 30;   // of the input file
   std::uint64_t max_pixels = std::uint64_t{1} << 28;  // width * height

@@ -29,6 +29,15 @@ bool has_known_maker(const TiffImage& image);
 // Whether the image data lies in one strip whose place and size the header tells.
 bool has_one_strip(const TiffImage& image);
 
+// Gives an image its size in pixels, here and in its header.
+inline void set_size(TiffImage& image, unsigned int width, unsigned int height) {
+  image.width = width;
+  image.height = height;
+  if (image.header == nullptr) return;
+  image.header->setWidth(width);
+  image.header->setHeight(height);
+}
+
 // Gives an image that was descrambled its new number of rows, here and in its header.
 void set_rows(TiffImage& image, unsigned int rows, unsigned int samples);
 

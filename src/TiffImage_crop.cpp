@@ -177,7 +177,6 @@ zel::KeptColumns zel::split_and_crop_grey(TiffImage& image, unsigned char* dst, 
   if (param.cropMode == kAutomatic) {
     const ConstView pixels = view_of(image, 1).part(0, side == 1 ? image.width / 2 : 0, image.height, image.width / 2);
     find_crop_columns(pixels, columns, side == 2, side == 1);
-    clamp_to(half, columns);
   }
   // KEPT: a left half that is kept from its first column on loses its last one: test crop_left_half_from_first_column.
   const bool one_less = side == 2 && from_first;
@@ -199,7 +198,6 @@ zel::KeptColumns zel::split_and_crop_colour(TiffImage& image, unsigned char* dst
     if (angle != nullptr) *angle = skew;
   }
   if (half == 0) return keep(image, dst, side, 3, 0, 0);
-  clamp_to(half, columns);
   return keep(image, dst, side, 3, columns.left, columns.right - columns.left + 1);
 }
 

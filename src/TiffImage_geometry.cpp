@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstring>
-#include <utility>
 
 #include "TiffImage.hpp"
 #include "kernels/half_turn.hpp"
@@ -17,11 +16,7 @@ using zel::kern::Turn;
 int turn(TiffImage& image, unsigned char* dst, std::size_t samples, Turn direction) {
   const zel::MutableView result(dst, std::size_t{image.height} * samples, image.width);
   zel::kern::quarter_turn(zel::view_of(image, samples), result, samples, direction);
-  std::swap(image.width, image.height);
-  if (image.header != nullptr) {
-    image.header->setWidth(image.width);
-    image.header->setHeight(image.height);
-  }
+  zel::set_size(image, image.height, image.width);
   return 0;
 }
 

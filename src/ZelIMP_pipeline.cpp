@@ -112,6 +112,7 @@ void PipelineRun::deskew_grey() {
   const bool measure = request_.deskew == kMeasureSkew && request_.detailed;
   if (!correct && !measure) return;
   unsigned char* const dst = correct ? new_pixels(pixel_bytes(image_, kind_)) : nullptr;
+  // KEPT: the caller of the flat interface is not told the skew of a grey scan: test is_its_steps.
   double untold = 0;
   findings_.corrected = request_.detailed ? correct_traced(dst) : image_.DeskewTiffCombo(dst, &untold) == 0;
   if (!findings_.corrected) return;
@@ -164,9 +165,8 @@ void PipelineRun::flip_side() {
   kind_ == Kind::grey ? image_.FlipOneSide() : image_.FlipOneSideColor();
 }
 
-// Corrects the skew that cutting found, when it is worth while. Comes with a quarter turn of one face only.
+// Corrects the skew that cutting has found, when it is worth while.
 void PipelineRun::deskew_colour() {
-  if (request_.side != kLeftHalf && request_.side != kRightHalf) return;
   if (request_.deskew != kMeasureSkew && request_.deskew != kCorrectSkew) return;
   const double angle = findings_.skew.value_or(0.0);
   // KEPT: degrees by a short pi, which moves the limit of one degree by two millionths: test colour_skew_limit.
@@ -185,6 +185,7 @@ void PipelineRun::deskew_colour() {
 
 void PipelineRun::rotate() {
   if (request_.rotation != kClockwise && request_.rotation != kCounterClockwise) return;
+  // KEPT: a face that is not turned keeps its skew, and the caller is not told of it: test is_its_steps.
   if (kind_ == Kind::colour) deskew_colour();
   const bool clockwise = request_.rotation == kClockwise;
   // A strip longer than its pixels is written out at its full length.

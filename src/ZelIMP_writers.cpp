@@ -100,8 +100,18 @@ Taken set_tags(TIFF* tif, const TiffContent& content) {
   return told ? Taken::all : Taken::list_broken;
 }
 
+// A row of 2^31 bytes is too long for libtiff on i386.
 bool can_be_written(const zel::PlainTiff& fields) {
-  return fields.width != 0 && fields.height != 0 && fields.bytes <= std::size_t{std::numeric_limits<tmsize_t>::max()};
+  constexpr std::uint64_t kMostRowBytes = std::numeric_limits<std::int32_t>::max();
+  return fields.width != 0 && fields.height != 0 && std::uint64_t{fields.width} * fields.samples <= kMostRowBytes &&
+         fields.bytes <= std::size_t{std::numeric_limits<tmsize_t>::max()};
+}
+
+// Pixels that are not compressed pass through a block; libtiff would otherwise take as much memory as width and height
+// ask for, which may be more than there are pixels.
+bool set_buffer(TIFF* tif, const TiffContent& content) {
+  constexpr tmsize_t kBlockBytes = 1 << 16;
+  return content.jpeg_quality || TIFFWriteBufferSetup(tif, nullptr, kBlockBytes) == 1;
 }
 
 // Writes the one image of tif and releases it; whatever it writes to stays open. A null tif could not be opened.
@@ -113,8 +123,8 @@ bool write_tiff(TIFF* tif, const TiffContent& content) {
   const auto size = static_cast<tmsize_t>(content.fields.bytes);
   // libtiff would only change the pixels to turn the order of bits or bytes around.
   void* const pixels = const_cast<unsigned char*>(content.fields.pixels);
-  const bool written =
-      taken == Taken::all && TIFFWriteEncodedStrip(tif, 0, pixels, size) == size && TIFFFlush(tif) == 1;
+  const bool written = taken == Taken::all && set_buffer(tif, content) &&
+                       TIFFWriteEncodedStrip(tif, 0, pixels, size) == size && TIFFFlush(tif) == 1;
   if (!written) TIFFSetMode(tif, O_RDONLY);  // or it would be tried again
   TIFFCleanup(tif);
   return written;

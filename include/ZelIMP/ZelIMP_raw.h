@@ -33,7 +33,8 @@ ZELIMP_API unsigned int ZelIMPDescramCalTiff(unsigned char* tiff, unsigned char*
 /* Writes a scanner TIFF anew, uncompressed, with another description (null: with none): size, resolution, maker, model
  * and software of the scan, its strip as it is. output: room for the strip, the texts and 1024 bytes; the length is
  * not told. Images of other kinds than 8-bit grey and 24-bit colour are written as 8-bit samples too. Returns 0; 1 as
- * above; 5 when the temporary file could not be used. reservedA and reservedB are not looked at. */
+ * above; 5 when the temporary file could not be used, or an image of another kind has no width or height, or rows of
+ * more than 2^31 - 1 bytes. reservedA and reservedB are not looked at. */
 ZELIMP_API unsigned int ZelIMPSaveMICR(unsigned char* tiff, unsigned int reservedA, unsigned char* output,
                                        unsigned int reservedB, char* description);
 

@@ -7,6 +7,7 @@ import json
 import os
 import pathlib
 import random
+import resource
 import statistics
 import struct
 import subprocess
@@ -29,7 +30,8 @@ REFUSALS = (
     (1, "descramble raw.tif -o x --white full --black {}", "short"),
     (2, "{}", ", polish, --fast, info, simulate - - -o x, descramble - -o x --white - --black full"),
     (2, "descramble raw.tif -o x {}", "more, --lag 252, --lag -1, --lag x, --halve 3, --model 2, --white full"),
-    (2, "process a -o x {}", "--format gif, --threshold x, --threshold 257, --threshold 9 --format bmp, --preview x, "
+    (2, "process a -o x {}", "--format gif, --threshold x, --threshold 257, --threshold 0x10, "
+        "--threshold 1.5, --threshold 9 --format bmp, --preview x, --preview .//x, "
         "--quality 50, --format jfif --quality 0, --lag 1, --raw --white w, --deskew maybe, --crop-left 1, --steps x, "
         "--crop fixed --crop-distance 9, --crop fixed --crop-length 0, --preview - --json"),
     (2, "process scan.tif -o x --steps y {}", "--crop auto --side front, --crop auto"),
@@ -87,10 +89,10 @@ class CliTest(unittest.TestCase):
         # Group 4 more to do than straight ones. No size is a multiple of 8.
         self.whole = self.scan(*(noise((i, 20), "L", i).resize((7 * i, 155), Image.BOX).rotate(10) for i in (21, 19)))
 
-    def tool(self, command, stdin=b"", code=0, stdout=subprocess.PIPE):
+    def tool(self, command, stdin=b"", code=0, stdout=subprocess.PIPE, **more):
         before = self.files()
         done = subprocess.run([TOOL, *command.split()], input=stdin, stdout=stdout, stderr=subprocess.PIPE,
-                              cwd=self.dir, timeout=300)
+                              cwd=self.dir, timeout=300, **more)
         self.assertEqual(done.returncode, code, (command, done.stderr))
         if code:
             self.assertRegex(done.stderr, rb"\Azelimp: [^\n]+\n\Z", command)
@@ -306,13 +308,16 @@ class CliTest(unittest.TestCase):
         self.assert_picture("scan.tif", view(self.whole, "rear", 0), "in place")
         self.assertEqual((self.dir / "scan.tif").stat().st_mode, (self.dir / "rear.pnm").stat().st_mode)
 
-    def test_a_file_that_appears_meanwhile_stays(self):
-        with subprocess.Popen([TOOL, *"process - -o x --preview y --steps z".split()], stdin=subprocess.PIPE,
-                              stderr=subprocess.DEVNULL, cwd=self.dir) as running:
-            running.stdin.write(self.read("scan.tif"))  # more than a pipe holds: the tool has begun to read
-            (self.dir / "y").write_bytes(b"mine")
-            before = self.files()
-        self.assertEqual((running.returncode, self.files()), (5, before))
+    def test_what_appears_meanwhile_stays(self):
+        (self.dir / "old").write_bytes(b"old")
+        for how, appears in (("-o x", pathlib.Path.touch), ("-o old --force", pathlib.Path.mkdir)):
+            with subprocess.Popen([TOOL, *f"process - {how} --preview y --steps z".split()], stdin=subprocess.PIPE,
+                                  stderr=subprocess.DEVNULL, cwd=self.dir) as running:
+                running.stdin.write(self.read("scan.tif"))  # more than a pipe holds: the tool has begun to read
+                (self.dir / "y").unlink(missing_ok=True)
+                appears(self.dir / "y")
+                before = self.files()
+            self.assertEqual((running.returncode, self.files()), (5, before))
 
     def test_refusals(self):
         def with_tag(tag, kind, old, new):
@@ -336,6 +341,8 @@ class CliTest(unittest.TestCase):
                     self.assertTrue(sentence.startswith(f"zelimp: {value}: "), sentence)
         with open("/dev/full", "wb") as full:
             self.tool("process scan.tif -o - --preview y", code=5, stdout=full)
+        self.tool("process scan.tif -o x --steps y", code=5,
+                  preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (9, 9)))
 
 
 if __name__ == "__main__":

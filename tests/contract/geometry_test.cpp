@@ -65,5 +65,9 @@ static void crop(int side, int mode, int left, int right, int length, std::strin
 TEST(Geometry, crop_left_half_from_first_column_and_crop_right_half_length_and_crop_colour_odd_width) {
   crop(2, 2, 0, 1, 4, "abcd", "abcdef"), crop(2, 2, -1, 1, 4, "abcde", "abcdef"), crop(2, 7, 1, 1, 9, "bcdef", "def");
   crop(1, 2, 0, 1, 4, "jkl", "hijklm"), crop(1, 2, 2, 1, 9, "ijkl", "klm"), crop(2, 2, 9, 1, 3, "", "def");
+  crop(1, 2, 2, 1, 4, "ijkl", "klm"), crop(1, 2, 0, 1, 9, "ghijkl", "hijklm");
+  CROP_PARAM automatic = {1, 0, 0, 0, 0, 0, 0, 0, 0, 700, 150, 0};  // of halves without a column
+  check(&TiffImage::splitNcrop, 1, 1, "a", "", 0, 1, 2, &automatic, nullptr);
+  check(&TiffImage::splitNcropColor, 1, 1, "abc", "", 0, 1, 1, &automatic, nullptr);
   crop(2, 2, INT_MIN, INT_MIN, INT_MAX, "abcdef", "abcdef"), crop(1, 2, INT_MIN, INT_MAX, INT_MIN, "", "");
 }

@@ -105,7 +105,7 @@ TEST(Pipeline, is_its_steps_and_bitmap_palette_and_padding) {
     Bytes got = untouched(want.size());
     unsigned size = 0;
     EXPECT_EQ(ZelIMPImageProc(file.data(), &got[kMargin], &size, call.format, call.side, call.crop, call.rotation,
-                              call.crop == 2, kLevel, call.deskew, &angle),
+                              -(call.crop == 2), kLevel, call.deskew, &angle),
               status);
     EXPECT_EQ(got, framed(want)) << k << " format " << call.format << " side " << call.side << " crop " << call.crop
                                  << " rotation " << call.rotation << " deskew " << call.deskew;
@@ -115,23 +115,23 @@ TEST(Pipeline, is_its_steps_and_bitmap_palette_and_padding) {
   EXPECT_GT(skews_told, 0);
 }
 
-// Whether a skew counts as more than one degree, for skews just above it: 69 columns on 3953 rows are 1.0000018
-// degrees.
+// Whether a skew counts as more than one degree, for skews just above it, either way: 69 columns on 3953 rows are
+// 1.0000018 degrees.
 TEST(Pipeline, colour_skew_limit) {
-  for (const auto& [columns, told] : {std::pair(69u, false), std::pair(70u, true)}) {
+  for (const int columns : {69, 70, -69, -70}) {
     constexpr unsigned kWidth = 320, kHeight = 3953 + 2 * 3;
     Bytes pixels(kWidth * kHeight * 3);
     for (unsigned r = 0; r < 3; ++r) {
       const unsigned upper = r + 3, lower = kHeight - 3 - 2 + r;
-      std::fill_n(pixels.begin() + upper * kWidth * 3, 3 * 60, 255);
-      std::fill_n(pixels.begin() + lower * kWidth * 3, 3 * (60 + columns), 255);
+      std::fill_n(pixels.begin() + upper * kWidth * 3, 3 * 75, 255);
+      std::fill_n(pixels.begin() + lower * kWidth * 3, 3 * (75 + columns), 255);
     }
     Bytes file = device_tiff(kWidth, kHeight, 3, pixels).bytes(), out(2 * file.size());
     ZelIMPSetCropParams(0, 0, 0, 2, 0, 0, 0);
     unsigned size = 0;
     double angle = 7.5;
     EXPECT_EQ(ZelIMPImageProc(file.data(), out.data(), &size, 2, 2, 1, 1, 0, 0, 1, &angle), 0u);
-    EXPECT_EQ(angle, told ? std::atan(columns / 3953.0) : 0.0);
+    EXPECT_EQ(angle, std::abs(columns) > 69 ? std::atan(columns / 3953.0) : 0.0);
   }
 }
 

@@ -119,6 +119,11 @@ TEST(Writers, plain_tiffs) {
     EXPECT_EQ(ZelIMPSaveMICR(tiff.data(), 0, output.data(), 0, text), 0u);
     EXPECT_EQ(tags_of(output, decoded), kind + "200.0 200.0 Varnoke Industries, Inc|T 7200|of the day|firmware 1.2|");
     EXPECT_EQ(decoded, source);
+    // Whatever size a 1-bit scan says it has takes no memory; a row that i386 cannot count is refused on both.
+    for (const unsigned width : {0x7fffffffu, 0x80000000u}) {
+      Bytes bits = device_tiff(7, 1, 1, {9}).set(258, 3, shorts({1})).set(256, 4, longs({width})).bytes();
+      EXPECT_EQ(ZelIMPSaveMICR(bits.data(), 0, output.data(), 0, text), width >> 31 == 0 ? 0u : 5u);
+    }
     unsigned char* const pixels = &tiff[tiff.size() - source.size()];
     EXPECT_EQ(ZelIMPProcessRaw_TIFF(pixels, 7, 5, 14 + samples, 99.5, model, empty, nullptr, output.data()), 0u);
     EXPECT_EQ(tags_of(output, decoded), kind + "99.50 99.50 Varnoke Industries, Inc|m||-|");

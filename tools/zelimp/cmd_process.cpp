@@ -164,7 +164,12 @@ void run(const Options& options) {
   progress.wrote(outputs);
 }
 
-std::string check_threshold(const std::string& text) { return text == "adaptive" ? "" : between(0, 256)(text); }
+// Decimal digits only: they are read again as such.
+std::string check_threshold(const std::string& text) {
+  if (text == "adaptive") return "";
+  if (text.find_first_not_of("0123456789") != text.npos) return "\"" + text + "\" is not a whole number";
+  return between(0, 256)(text);
+}
 
 void add_image_options(CLI::App& command, Options& options) {
   const auto choice = [](const auto& names) { return CLI::IsMember(&names); };

@@ -10,7 +10,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <map>
 #include <set>
+#include <system_error>
 #include <utility>
 
 #include "exit_code.hpp"
@@ -43,6 +46,14 @@ void write_whole(int fd, std::span<const std::byte> bytes, const std::string& na
   }
 }
 
+// The same for all names of one file, as far as they can be followed.
+std::string one_name(const std::string& path) {
+  std::error_code unknown;
+  const std::filesystem::path name =
+      std::filesystem::weakly_canonical(std::filesystem::absolute(path, unknown), unknown);
+  return unknown ? path : name.string();
+}
+
 std::string folder_of(const std::string& path) {
   const std::size_t slash = path.rfind('/');
   return slash == std::string::npos ? "./" : path.substr(0, slash + 1);
@@ -65,11 +76,18 @@ class InterruptsHeld {
   sigset_t before_;
 };
 
-// What one write_outputs call makes: temporaries, names that were published, a folder. Removes all unless kept.
+bool is_regular_file(const std::string& path) {
+  struct stat facts;
+  return ::lstat(path.c_str(), &facts) == 0 && S_ISREG(facts.st_mode);
+}
+
+// What one write_outputs call makes: temporaries, names that were published, a folder. Removes all unless kept; what
+// was replaced comes back.
 class Batch {
  public:
   Batch() = default;
   ~Batch() {
+    for (const auto& [old_file, path] : replaced_) ::rename(old_file.c_str(), path.c_str());
     for (const std::string& path : made_) ::unlink(path.c_str());
     if (!folder_.empty()) ::rmdir(folder_.c_str());
   }
@@ -96,6 +114,11 @@ class Batch {
   }
 
   void publish(const std::string& temporary, const std::string& path, bool force) {
+    if (force && is_regular_file(path) &&
+        ::renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, path.c_str(), RENAME_EXCHANGE) == 0) {
+      replaced_.emplace(temporary, path);  // the old file has the temporary's name until all is done
+      return;
+    }
     if (::renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, path.c_str(), force ? 0 : RENAME_NOREPLACE) == 0) {
       made_.erase(temporary);
     } else if (force || errno != EINVAL || ::link(temporary.c_str(), path.c_str()) != 0) {
@@ -108,11 +131,13 @@ class Batch {
   // Keeps what was published.
   void keep(const std::vector<Output>& outputs) {
     for (const Output& output : outputs) made_.erase(output.path);
+    replaced_.clear();
     folder_.clear();
   }
 
  private:
   std::set<std::string> made_;
+  std::map<std::string, std::string> replaced_;  // by the name of the old file
   std::string folder_;
 };
 
@@ -174,7 +199,7 @@ void check_targets(const std::vector<std::string>& paths, bool force) {
   std::set<std::string> seen;
   for (const std::string& path : paths) {
     if (path.empty()) continue;
-    if (!seen.insert(path).second) {
+    if (!seen.insert(path == "-" ? path : one_name(path)).second) {
       throw Failure(Exit::usage, (path == "-" ? "standard output" : path) + ": named for two outputs");
     }
     if (path == "-") continue;

@@ -37,9 +37,9 @@ void check_targets(const std::vector<std::string>& paths, bool force);
 // Whether path is a folder; false where there is nothing.
 bool folder_exists(const std::string& path);
 
-// Writes all outputs or none: each to a temporary file beside its target, then all under their names. Without force a
-// target that has come into being since check_targets is left alone and the call fails. new_folder: made first, unless
-// it is empty, and removed when the call fails.
+// Writes all outputs or none: each to a temporary file beside its target, then all under their names; what force has
+// replaced comes back when a later one fails. Without force a target that has come into being since check_targets is
+// left alone and the call fails. new_folder: made first, unless it is empty, and removed when the call fails.
 void write_outputs(const std::vector<Output>& outputs, bool force, const std::string& new_folder = "");
 
 // Tells on standard error what is done; nothing unless verbose.

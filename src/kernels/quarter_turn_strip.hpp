@@ -24,6 +24,11 @@ struct TurnPart {
     return {src.part(r, c, h, w), dst.part(to_row, to_pixel * kSamples, w / kSamples, h * kSamples), turn};
   }
 
+  // The same with r in the order in which a row of dst has its pixels, so that strips fill dst from left to right.
+  TurnPart next(std::size_t r, std::size_t c, std::size_t h, std::size_t w) const {
+    return part(turn == Turn::clockwise ? src.height() - r - h : r, c, h, w);
+  }
+
   // Row r of src in the order in which a row of dst has its pixels, and where pixel c of each row of src goes to.
   const std::uint8_t* from(std::size_t r) const {
     return src.row_ptr(turn == Turn::clockwise ? src.height() - 1 - r : r);

@@ -14,7 +14,11 @@ namespace {
 // Rows and columns taken together: the products of a tile's columns are computed once for a strip of rows, few enough
 // for their pages to stay in the translation buffer.
 constexpr std::size_t kStrip = 64;
-constexpr std::size_t kTile = 512;
+constexpr std::size_t kTile = 4096;
+
+// Along whole rows, a line of src that a row of dst crosses is still in the first cache when the next row does. At
+// small angles a row crosses few, and narrow tiles, which stay with them for longer, are as fast or faster: measured.
+std::size_t tile_width(float sine) { return std::fabs(sine) < 0.04f ? kTile / 8 : kTile; }
 
 // One direction of src.
 struct Axis {
@@ -64,6 +68,7 @@ struct Sources {
       starts[k] = ((row[k] ^ row[k - 1]) | (column[k] ^ (column[k - 1] + 1))) != 0;
     }
     starts[tile.count] = 1;
+    std::memset(starts + tile.count + 1, 0, sizeof(std::size_t));
   }
 
   // The end of the run of neighbours in one row of src that begins at k.
@@ -77,7 +82,7 @@ struct Sources {
 
   std::int32_t column[kTile];
   std::int32_t row[kTile];
-  std::uint8_t starts[kTile + 1 + sizeof(std::size_t)] = {};  // 1 where a run starts, and at the end
+  std::uint8_t starts[kTile + 1 + sizeof(std::size_t)];  // 1 where a run starts, and at the end
 };
 
 template <std::size_t kSamples>
@@ -122,12 +127,12 @@ void turn_strip(RotateRow* copy, ConstView src, MutableView dst, std::size_t beg
   const std::size_t width = src.width() / kSamples;
   const Axis across(width), down(src.height());
   float along[kTile], against[kTile], x = -across.half;
-  for (std::size_t c = 0; c < width; c += kTile) {
-    for (std::size_t k = 0; k < kTile; ++k, x += 1.0f) {
+  for (std::size_t c = 0, count = 0; c < width; c += count) {
+    count = std::min(tile_width(sine), width - c);
+    for (std::size_t k = 0; k < count; ++k, x += 1.0f) {
       along[k] = cosine * x;
       against[k] = sine * x;
     }
-    const std::size_t count = std::min(kTile, width - c);
     float y = first_y;
     for (std::size_t r = begin; r < end; ++r, y += 1.0f) {
       const TileRow tile = {across, down, along, against, cosine * y, sine * y, count};

@@ -9,12 +9,14 @@ namespace {
   return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
 }
 
-// Begins to fetch what a strip needs soon after column c: its rows lie apart, which the processor does not foresee.
-[[gnu::target("ssse3")]] void fetch_ahead(ConstView strip, std::size_t c) {
-  constexpr std::size_t kAhead = 320;
-  if (c + kAhead >= strip.width()) return;
-  for (std::size_t r = 0; r < strip.height(); ++r) {
-    _mm_prefetch(reinterpret_cast<const char*>(strip.row_ptr(r) + c + kAhead), _MM_HINT_T0);
+constexpr std::size_t kBlock = 4 * 3;  // samples of four pixels
+
+// Begins to fetch what rows have soon after their first sample: they lie apart, which the processor does not foresee.
+[[gnu::target("ssse3")]] void fetch_ahead(ConstView rows) {
+  constexpr std::size_t kAhead = 256;
+  if (kAhead >= rows.width()) return;
+  for (std::size_t r = 0; r < rows.height(); ++r) {
+    _mm_prefetch(reinterpret_cast<const char*>(rows.row_ptr(r) + kAhead), _MM_HINT_T0);
   }
 }
 
@@ -42,13 +44,22 @@ namespace {
   store_pixels(part.to(3), _mm_unpackhi_epi64(right01, right23));
 }
 
-[[gnu::target("ssse3")]] std::size_t turn_colour(const TurnPart<3>& strip) {
-  constexpr std::size_t kPixels = 4, kSamples = 3 * kPixels;
-  std::size_t c = 0;
-  for (; c + 16 <= strip.src.width(); c += kSamples) {  // 16 are read
-    if (c % 64 < kSamples) fetch_ahead(strip.src, c);   // once a cache line
-    for (std::size_t r = 0; r < strip.src.height(); r += kPixels) turn_pixels(strip.part(r, c, kPixels, kSamples));
+// kBlocks x 4 columns from sample c on: side by side, so that the memory page of a row is looked up once for all.
+template <std::size_t kBlocks>
+[[gnu::target("ssse3")]] void turn_columns(const TurnPart<3>& strip, std::size_t c) {
+  for (std::size_t r = 0; r < strip.src.height(); r += 4) {
+    const TurnPart<3> rows = strip.next(r, c, 4, strip.src.width() - c);
+    fetch_ahead(rows.src);
+    for (std::size_t k = 0; k < kBlocks; ++k) turn_pixels(rows.part(0, kBlock * k, 4, kBlock));
   }
+}
+
+[[gnu::target("ssse3")]] std::size_t turn_colour(const TurnPart<3>& strip) {
+  constexpr std::size_t kBlocks = 3, kSurplus = 16 - kBlock;  // samples that the last block reads beyond its own
+  const std::size_t width = strip.src.width();
+  std::size_t c = 0;
+  for (; c + kBlocks * kBlock + kSurplus <= width; c += kBlocks * kBlock) turn_columns<kBlocks>(strip, c);
+  for (; c + kBlock + kSurplus <= width; c += kBlock) turn_columns<1>(strip, c);
   return c;
 }
 

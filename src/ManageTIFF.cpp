@@ -102,13 +102,15 @@ unsigned int ProcessTIFF_to_BMP_Color(TiffImage image, unsigned char* output, un
   write_file_header(dib_bytes, kFileHeaderBytes + kInfoHeaderBytes, output);
   write_info_header(image, 32, pixel_bytes, 0, output + kFileHeaderBytes);
   unsigned char* to = output + kFileHeaderBytes + kInfoHeaderBytes;
-  for (std::uint32_t r = image.height; r-- > 0;) {
-    for (std::uint32_t x = 0; x < image.width; ++x, to += 4) {
-      const std::uint64_t offset = (std::uint64_t{r} * image.width + x) * 3;
-      std::memset(to, 0, 4);
-      if (bytes_there(image.imageSize, offset, 3) == 3)
-        std::reverse_copy(image.image + offset, image.image + offset + 3, to);
-    }
+  const std::size_t stride = std::size_t{4} * image.width;
+  for (std::uint32_t r = image.height; r-- > 0; to += stride) {
+    // Pixels that are not all there are black.
+    const std::uint64_t row_bytes = std::uint64_t{3} * image.width, offset = r * row_bytes;
+    const std::size_t there = bytes_there(image.imageSize, offset, row_bytes) / 3;
+    std::memset(to, 0, stride);
+    if (there == 0) continue;
+    const unsigned char* const from = image.image + offset;
+    for (std::size_t x = 0; x < there; ++x) std::reverse_copy(from + 3 * x, from + 3 * x + 3, to + 4 * x);
   }
   *outputSize = static_cast<unsigned int>(kFileHeaderBytes + dib_bytes);
   return 0;

@@ -115,7 +115,7 @@ void PipelineRun::deskew_grey() {
   // KEPT: the caller of the flat interface is not told the skew of a grey scan: test is_its_steps.
   double untold = 0;
   findings_.corrected = request_.detailed ? correct_traced(dst) : image_.DeskewTiffCombo(dst, &untold) == 0;
-  if (!findings_.corrected) return;
+  if (!findings_.corrected) return pixels_.reset();
   image_.SetImage(dst);
   show(PipelineStep::deskewed);
 }

@@ -29,7 +29,7 @@ REFUSALS = (
     (1, "descramble raw.tif -o x --white {} --black full", "short, odd"),
     (1, "descramble raw.tif -o x --white full --black {}", "short"),
     (2, "{}", ", polish, --fast, info, simulate - - -o x, descramble - -o x --white - --black full"),
-    (2, "descramble raw.tif -o x {}", "more, --lag 252, --lag -1, --lag x, --halve 3, --model 2, --white full"),
+    (2, "descramble raw.tif -o x {}", "more, --lag 252, --lag 01, --lag -1, --lag x, --halve 3, --model 2, --white full"),
     (2, "process a -o x {}", "--format gif, --threshold x, --threshold 257, --threshold 0x10, "
         "--threshold 1.5, --threshold 9 --format bmp, --preview x, --preview .//x, "
         "--quality 50, --format jfif --quality 0, --lag 1, --raw --white w, --deskew maybe, --crop-left 1, --steps x, "

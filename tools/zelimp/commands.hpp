@@ -27,14 +27,16 @@ inline void add_common(CLI::App& command, Common& common) {
   command.add_flag("--verbose", common.verbose, "Tell every step and its time on standard error");
 }
 
-// A number within its range, which no NaN is (CLI::Range lets it through).
+// A number within its range, which no NaN is (CLI::Range lets it through). With a zero in front it is refused: whole
+// numbers would be read as octal ones.
 template <class Number>
 CLI::Validator between(Number least, Number most) {
   const std::string range = "from " + CLI::detail::to_string(least) + " to " + CLI::detail::to_string(most);
   return CLI::Validator(
       [=](std::string& text) {
         double value = std::nan("");
-        const bool number = CLI::detail::lexical_cast(text, value);
+        const bool octal = text.size() > 1 && text[0] == '0' && text[1] >= '0' && text[1] <= '9';
+        const bool number = !octal && CLI::detail::lexical_cast(text, value);
         return number && value >= least && value <= most ? "" : "\"" + text + "\" is not a number " + range;
       },
       range);

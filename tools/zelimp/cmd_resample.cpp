@@ -25,17 +25,17 @@ const std::map<std::string, FileKind> kEndings = {{".png", FileKind::png},   {".
 constexpr std::array<const char*, kFilters> kPhrases = {
     "soft: smooths away fine lines and noise",
     "nearest pixel, or the mean of those that become one; not for enlarging",
-    "sharp, with a faint halo; photographs",
+    "sharp, faint halos; text, also for black and white",
     "between triangle and box",
-    "sharp, like catmull-rom with longer halos",
+    "like catmull-rom, with longer halos",
     "softest: smooths most",
     "like cosine, by a polynomial",
-    "sharpest without much ringing; text and photographs",
-    "as sharp, but rings visibly beside edges",
-    "between blur and halo; photographs",
-    "like catmull-rom, shorter and a little softer",
+    "sharpest before halos repeat; text, photographs",
+    "as sharp, but halos repeat beside every edge",
+    "between blur and halos; photographs, enlarging",
+    "like catmull-rom, shorter and milder",
     "the same curve as bell",
-    "even, without a halo; for text that becomes black and white"};
+    "without halos; anything, when in doubt"};
 
 const std::string kUsualFilter = "triangle";
 constexpr int kUsualQuality = 90;

@@ -367,9 +367,13 @@ TEST(Checked, refuses_options_out_of_range) {
       {"source resolution", [&] { zelimp::resample(dots, 8, 0, 2); }},
       {"target resolution", [&] { zelimp::resample(dots, 8, 2, -1); }},
       {"no number", [&] { zelimp::resample(dots, 8, 2, std::nan("")); }},
-      {"endless resolution", [&] { zelimp::resample(dots, 8, HUGE_VAL, 1); }},
+      {"endless resolution", [&] { zelimp::resample(dots, 8, 1, HUGE_VAL); }},
       {"no rows left", [&] { zelimp::resample(dots, 8, 3, 1); }},
-      {"sides of 32 bits", [&] { zelimp::resample(dots, 8, 1, 0x1p31, {}, all); }, Status::over_limit},
+      {"sides of 32 bits",
+       [&] {
+         zelimp::resample({6, 1, dots.pixels}, 8, 1, 0x1p30, {}, all);
+       },
+       Status::over_limit},
       {"endless sides", [&] { zelimp::resample(dots, 8, 1e-300, 1e300, {}, all); }, Status::over_limit},
       {"large source", [&] { zelimp::resample(dots, 8, 1, 1, {}, {.max_pixels = 5}); }, Status::over_limit},
       {"long source", [&] { zelimp::resample(dots, 8, 1, 1, {}, {.max_bytes = 5}); }, Status::over_limit},

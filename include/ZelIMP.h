@@ -9,7 +9,7 @@
  *   ZelIMP/CropParam.h          CROP_PARAM, m_CropParam, ZelIMPSetCropParams, ZelIMPSetCropWindow           x  x
  *   ZelIMP/descramble.h         ZelIMPDescramble_mono, _color, ZelIMPDescrambleCal_mono, _color             x  x
  *   ZelIMP/ZelIMP_mono.h        ZelIMPColorToGray; in C++ thresholds, noise filter and their steps          x  x
- *   ZelIMP/ResampleInterface.h  ZelIMPGetOutputBufferSize, ZelIMPResample8BitBitmap, 24, 32; conversions      x  x
+ *   ZelIMP/ResampleInterface.h  ZelIMPGetOutputBufferSize, ZelIMPResample8BitBitmap, 24, 32; conversions    x  x
  *   ZelIMP/globals.h            SWAP_SIDES, Tarsis_7200, row sums, CPU-time marks                           x  x
  *   ZelIMP/TiffTag.h            TiffTag, TiffGetWord, TiffGetLong                                              x
  *   ZelIMP/TiffHeader.h         TiffHeader                                                                     x

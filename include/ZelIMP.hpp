@@ -278,9 +278,10 @@ struct Pixels {
 // not become 0. bits a pixel: 8, 24 or 32, each byte a channel of its own; resolutions above 0, only their quotient
 // counts. filter: none is the flat interface's choice, triangle for 8 bits and box for 24 and 32. Every result is the
 // weighted mean of source pixels, toward zero, first across, then down; pixel i of a side lies over source pixel i *
-// side / new side, so that the first ones coincide. Of limits, max_pixels holds for source and result and max_bytes for
-// the source; unlike the flat interface there is no longest side. Working memory: new width * height * bits / 8 bytes
-// and a few rows. Throws bad_argument and over_limit.
+// side / new side, so that the first ones coincide. Where the filter reaches no pixel it is 0: with box beyond twice
+// the size, in the last columns and rows. Of limits, max_pixels holds for source and result and max_bytes for the
+// source; unlike the flat interface there is no longest side. Working memory beside the result: new width * height *
+// bits / 8 bytes, 32 + 16 * radius source rows and 128 KiB. Throws bad_argument and over_limit.
 ZELIMP_API Pixels resample(const PixelView& view, unsigned bits, double from_dpi, double to_dpi,
                            std::optional<Filter> filter = {}, const Limits& limits = {});
 

@@ -157,7 +157,7 @@ int CreateResampledBitmap(unsigned char* src, unsigned int srcWidth, unsigned in
   const std::size_t columns = zel::engine_side(dstWidth), rows = zel::engine_side(dstHeight);
   const std::size_t src_pixels = std::size_t{srcWidth} * srcHeight;
   if (columns == srcWidth && rows == srcHeight) {
-    std::memcpy(dst, src, src_pixels * kWordBytes);
+    std::memmove(dst, src, src_pixels * kWordBytes);
     return 0;
   }
 

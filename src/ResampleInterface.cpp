@@ -56,7 +56,7 @@ int resample_packed(const Job& job, std::size_t samples, unsigned filter) try {
   zel::kern::resample({job.source, job.width * samples, job.height}, {job.target, columns * samples, rows}, samples,
                       zel::resample_filter(filter));
   // KEPT: of a target of more than 4096 columns or rows only so many are made, packed at its beginning, although the
-  // size told is the larger one. Test resample_sizes.
+  // size told is the larger one: test resample_sizes.
   const std::size_t made = columns * rows * samples;
   std::memset(job.target + made, 0, bytes - made);
   return 0;
@@ -103,7 +103,7 @@ int ZelIMPResample32BitBitmap(unsigned char* source, unsigned int width, unsigne
   Job job{source, width, height, target};
   if (!tell_size(job, sourceResolution, targetResolution, targetWidth, targetHeight)) return kFailed;
   if (!can_be_done(job)) return kFailed;
-  // KEPT: the engine is asked as it is, so that a target without pixels gets some. Test resample_sizes.
+  // KEPT: the engine is asked as it is, so that a target without pixels gets some: test resample_sizes.
   return CreateResampledBitmap(source, width, height, target, job.target_width, job.target_height, 32, zel::kBoxFilter);
 }
 

@@ -83,7 +83,7 @@ void sums_across(const ResampleSteps& steps, ConstView src, MutableView dst, std
     end = std::max(end, t.first + t.count);
   }
   const std::size_t n = end > origin ? (end - origin) * samples : 0;
-  if (n * kBand > wide.size()) wide.resize(checked_mul(n, kBand));
+  if (n > wide.size() / kBand) wide.resize(checked_mul(n, kBand * sizeof(double)) / sizeof(double));
   for (std::size_t row = 0; row < src.height(); row += kBand) {
     const std::uint8_t* from[kBand];
     std::uint8_t* to[kBand];

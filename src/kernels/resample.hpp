@@ -1,6 +1,6 @@
 // Separable resampling with a reconstruction filter, normalised by the sum of its weights.
 //
-//   src, dst   pixels of `samples` samples each, any stride; at least one pixel each; must not overlap
+//   src, dst   pixels of `samples` samples each, any stride; at least one pixel each; dst may be src, else no overlap
 //   samples    bytes a pixel, each resampled for itself: 1, 3 or 4
 //   filter     weight of a source sample by its distance, in source pixels, or in destination pixels where the image
 //              shrinks; weights beyond the radius are not asked for

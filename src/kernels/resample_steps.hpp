@@ -29,6 +29,7 @@ struct ResampleSteps {
 
 // A quotient of sums as a sample: toward zero, limited. Not a number, and what leaves 32 bits as the quotient of a sum
 // of weights that nearly cancel, is 0: the conversion of vectors gives that.
+// KEPT: toward zero after each pass, so white may come out as 254 or 253: test resample_white_page.
 inline std::uint8_t sample_of(double quotient) {
   if (!(quotient >= 1 && quotient < 0x1p31)) return 0;
   return quotient < 256 ? static_cast<std::uint8_t>(quotient) : 255;

@@ -1,96 +1,153 @@
 #include <immintrin.h>
 
-#include <array>
+#include <algorithm>
+#include <cstdint>
+#include <vector>
 
 #include "kernels/resample.hpp"
+#include "kernels/resample_average.hpp"
 #include "kernels/resample_steps.hpp"
 
 namespace zel::kern {
 namespace {
 
-[[gnu::target("avx2")]] __m256d four_doubles(const std::uint8_t* samples) {
-  return _mm256_cvtepi32_pd(_mm_cvtepu8_epi32(_mm_loadu_si32(samples)));
-}
+constexpr std::size_t kLanes = 4;
+constexpr std::size_t kRows = 4;  // that are resampled across together
 
 [[gnu::target("avx2")]] __m128i load(const std::uint8_t* p) {
   return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
 }
 
-[[gnu::target("avx2")]] void store(std::uint8_t* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
-
-// Sixteen samples from each of four rows, those of a column side by side:
-// a0 a1 .. | b0 b1 .. | c0 c1 .. | d0 d1 .. -> a0 b0 c0 d0 a1 b1 ..
-[[gnu::target("avx2")]] void interleave(BandSource rows, std::size_t at, std::uint8_t* columns) {
-  const __m128i a = load(rows[0] + at), b = load(rows[1] + at), c = load(rows[2] + at), d = load(rows[3] + at);
-  const __m128i ab_low = _mm_unpacklo_epi8(a, b), ab_high = _mm_unpackhi_epi8(a, b);
-  const __m128i cd_low = _mm_unpacklo_epi8(c, d), cd_high = _mm_unpackhi_epi8(c, d);
-  store(columns, _mm_unpacklo_epi16(ab_low, cd_low));
-  store(columns + 16, _mm_unpackhi_epi16(ab_low, cd_low));
-  store(columns + 32, _mm_unpacklo_epi16(ab_high, cd_high));
-  store(columns + 48, _mm_unpackhi_epi16(ab_high, cd_high));
+[[gnu::target("avx2")]] __m256d four_doubles(const std::uint8_t* samples) {
+  return _mm256_cvtepi32_pd(_mm_cvtepu8_epi32(_mm_loadu_si32(samples)));
 }
 
-// The way back, for sixteen columns.
-[[gnu::target("avx2")]] void separate(const std::uint8_t* columns, BandTarget rows, std::size_t at) {
-  // Within four columns: a0 b0 c0 d0 a1 .. -> a0 a1 a2 a3 b0 ..
-  const __m128i by_row = _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
-  const __m128i v0 = _mm_shuffle_epi8(load(columns), by_row), v1 = _mm_shuffle_epi8(load(columns + 16), by_row);
-  const __m128i v2 = _mm_shuffle_epi8(load(columns + 32), by_row), v3 = _mm_shuffle_epi8(load(columns + 48), by_row);
-  const __m128i ab_low = _mm_unpacklo_epi32(v0, v1), cd_low = _mm_unpackhi_epi32(v0, v1);
-  const __m128i ab_high = _mm_unpacklo_epi32(v2, v3), cd_high = _mm_unpackhi_epi32(v2, v3);
-  store(rows[0] + at, _mm_unpacklo_epi64(ab_low, ab_high));
-  store(rows[1] + at, _mm_unpackhi_epi64(ab_low, ab_high));
-  store(rows[2] + at, _mm_unpacklo_epi64(cd_low, cd_high));
-  store(rows[3] + at, _mm_unpackhi_epi64(cd_low, cd_high));
+// Quotients as samples: toward zero, limited.
+[[gnu::target("avx2")]] __m128i limited(const __m256d (&quotients)[4]) {
+  __m128i numbers[4];
+#pragma GCC unroll 4
+  for (std::size_t i = 0; i < 4; ++i) numbers[i] = _mm256_cvttpd_epi32(quotients[i]);
+  return _mm_packus_epi16(_mm_packs_epi32(numbers[0], numbers[1]), _mm_packs_epi32(numbers[2], numbers[3]));
 }
 
-[[gnu::target("avx2")]] void widen(BandSource rows, std::size_t n, double* wide) {
-  alignas(16) std::array<std::uint8_t, 64> columns;
-  std::size_t i = 0;
-  for (; i + 16 <= n; i += 16) {
-    interleave(rows, i, columns.data());
-    for (std::size_t c = 0; c < 16; ++c) _mm256_storeu_pd(wide + kBand * (i + c), four_doubles(&columns[kBand * c]));
-  }
-  for (; i < n; ++i) {
-    for (std::size_t r = 0; r < kBand; ++r) wide[kBand * i + r] = rows[r][i];
-  }
-}
+// kLanes samples of the destination side by side.
+struct Group {
+  std::size_t first;             // source sample under the first weight of some lane
+  std::size_t count;             // weights of the lane that has most
+  std::int32_t offsets[kLanes];  // from `first` to the first weight of each lane
+  double sums[kLanes];           // of the weights of each lane
+};
 
-// The samples of one column of the band, limited, in the low four bytes.
-[[gnu::target("avx2")]] __m128i limited(__m128i numbers) {
-  const __m128i words = _mm_packs_epi32(numbers, numbers);
-  return _mm_packus_epi16(words, words);
-}
+// The leading positions of a piece, as many as have groups.
+struct Groups {
+  std::vector<Group> groups;
+  std::vector<double> weights;  // kLanes side by side, for each group in turn; 0 where a lane has less than others
+  bool near = true;             // no offset is beyond 15
+};
 
-[[gnu::target("avx2")]] void across(const double* wide, std::size_t origin, std::span<const ResampleTaps> taps,
-                                    std::size_t samples, BandTarget rows) {
-  alignas(16) std::array<std::uint8_t, kBand * kMostAcross> columns;
-  std::uint8_t* to = columns.data();
-  const std::size_t step = samples * kBand;
+// Whether positions have groups: all have weights, and vectors end inside the row.
+bool fits(std::span<const ResampleTaps> taps, std::size_t samples, std::size_t width) {
+  std::size_t first = 0, count = 0;
   for (const ResampleTaps& t : taps) {
-    const __m256d weights_sum = _mm256_set1_pd(t.sum);
-    for (std::size_t s = 0; s < samples; ++s, to += kBand) {
-      __m256d sums = _mm256_setzero_pd();
-      for (std::size_t k = 0; k < t.count; ++k) {
-        const __m256d column = _mm256_loadu_pd(wide + (t.first - origin + k) * step + s * kBand);
-        sums = _mm256_add_pd(sums, _mm256_mul_pd(column, _mm256_broadcast_sd(t.weights + k)));
+    if (t.count == 0) return false;
+    first = std::max(first, t.first);
+    count = std::max(count, t.count);
+  }
+  return (first + count) * samples + 4 <= width && count * samples + 16 <= width && width <= INT32_MAX;
+}
+
+void append(Groups& all, std::span<const ResampleTaps> taps, std::size_t samples, std::size_t begin,
+            std::size_t width) {
+  Group group{SIZE_MAX, 0, {}, {}};
+  std::size_t first[kLanes];
+  for (std::size_t lane = 0; lane < kLanes; ++lane) {
+    const ResampleTaps& t = taps[(begin + lane) / samples];
+    first[lane] = t.first * samples + (begin + lane) % samples;
+    group.first = std::min(group.first, first[lane]);
+    group.count = std::max(group.count, t.count);
+    group.sums[lane] = t.sum;
+  }
+  group.first = std::min(group.first, width - 16 - (group.count - 1) * samples);
+  const std::size_t at = all.weights.size();
+  all.weights.resize(at + group.count * kLanes);
+  for (std::size_t lane = 0; lane < kLanes; ++lane) {
+    const ResampleTaps& t = taps[(begin + lane) / samples];
+    group.offsets[lane] = static_cast<std::int32_t>(first[lane] - group.first);
+    all.near = all.near && group.offsets[lane] < 16;
+    for (std::size_t k = 0; k < t.count; ++k) all.weights[at + k * kLanes + lane] = t.weights[k];
+  }
+  all.groups.push_back(group);
+}
+
+// Four samples of a row as numbers.
+template <bool near>
+[[gnu::target("avx2")]] __m256d four_samples(const std::uint8_t* row, __m128i offsets) {
+  if (near) {
+    return _mm256_cvtepi32_pd(_mm_shuffle_epi8(load(row), _mm_or_si128(offsets, _mm_set1_epi32(-0x7F7F8000))));
+  }
+  return _mm256_cvtepi32_pd(
+      _mm_and_si128(_mm_i32gather_epi32(reinterpret_cast<const int*>(row), offsets, 1), _mm_set1_epi32(0xFF)));
+}
+
+template <bool near>
+[[gnu::target("avx2")]] void sums_of_rows(const Groups& groups, std::size_t samples, const std::uint8_t* const* rows,
+                                          std::uint8_t* const* dst) {
+  const double* weights = groups.weights.data();
+  const __m256d ones = _mm256_set1_pd(1.0);
+  const Group* const all = groups.groups.data();
+  const std::size_t n = groups.groups.size();
+  for (std::size_t g = 0; g < n; ++g) {
+    const Group& group = all[g];
+    const __m128i offsets = _mm_loadu_si128(reinterpret_cast<const __m128i*>(group.offsets));
+    __m256d sums[kRows] = {_mm256_setzero_pd(), _mm256_setzero_pd(), _mm256_setzero_pd(), _mm256_setzero_pd()};
+    std::size_t at = group.first;
+    for (std::size_t k = 0; k < group.count; ++k, at += samples, weights += kLanes) {
+      const __m256d weight = _mm256_loadu_pd(weights);
+#pragma GCC unroll 4
+      for (std::size_t r = 0; r < kRows; ++r) {
+        sums[r] = _mm256_add_pd(sums[r], _mm256_mul_pd(four_samples<near>(rows[r] + at, offsets), weight));
       }
-      _mm_storeu_si32(to, limited(_mm256_cvttpd_epi32(_mm256_div_pd(sums, weights_sum))));
     }
+    const __m256d weight_sums = _mm256_loadu_pd(group.sums);
+    if (_mm256_movemask_pd(_mm256_cmp_pd(weight_sums, ones, _CMP_NEQ_UQ)) != 0) {
+#pragma GCC unroll 4
+      for (std::size_t r = 0; r < kRows; ++r) sums[r] = _mm256_div_pd(sums[r], weight_sums);
+    }
+    const __m128i v = limited(sums);
+    _mm_storeu_si32(dst[0] + g * kLanes, v);
+    _mm_storeu_si32(dst[1] + g * kLanes, _mm_srli_si128(v, 4));
+    _mm_storeu_si32(dst[2] + g * kLanes, _mm_srli_si128(v, 8));
+    _mm_storeu_si32(dst[3] + g * kLanes, _mm_srli_si128(v, 12));
   }
-  const std::size_t n = taps.size() * samples;
-  std::size_t at = 0;
-  for (; at + 16 <= n; at += 16) separate(&columns[kBand * at], rows, at);
-  for (; at < n; ++at) {
-    for (std::size_t r = 0; r < kBand; ++r) rows[r][at] = columns[kBand * at + r];
+}
+
+void across(ConstView src, MutableView dst, std::size_t samples, std::span<const ResampleTaps> taps) {
+  Groups groups;
+  std::size_t done = 0;
+  for (; done + kLanes <= taps.size() && fits(taps.subspan(done, kLanes), samples, src.width()); done += kLanes) {
+    for (std::size_t i = 0; i < samples; ++i) append(groups, taps, samples, done * samples + i * kLanes, src.width());
   }
+  const auto run = groups.near ? sums_of_rows<true> : sums_of_rows<false>;
+  for (std::size_t r = 0; r < src.height(); r += kRows) {
+    const std::uint8_t* from[kRows];
+    std::uint8_t* to[kRows];
+    for (std::size_t i = 0; i < kRows; ++i) {
+      const std::size_t row = std::min(r + i, src.height() - 1);  // the last row stands in for those that are missing
+      from[i] = src.row_ptr(row);
+      to[i] = dst.row_ptr(row);
+    }
+    run(groups, samples, from, to);
+  }
+  const std::size_t left = done * samples;
+  resample_across(src, dst.part(0, left, dst.height(), dst.width() - left), samples, taps.subspan(done));
 }
 
 [[gnu::target("avx2")]] void down(const std::uint8_t* first, std::size_t stride, const ResampleTaps& taps,
                                   std::uint8_t* dst, std::size_t n) {
   const __m256d weights_sum = _mm256_set1_pd(taps.sum);
-  std::size_t at = 0;
-  for (; at + 16 <= n; at += 16) {
+  if (n < 16) return resample_down(first, stride, taps, dst, n);
+  for (std::size_t begin = 0; begin < n; begin += 16) {
+    const std::size_t at = std::min(begin, n - 16);
     __m256d sums[4] = {_mm256_setzero_pd(), _mm256_setzero_pd(), _mm256_setzero_pd(), _mm256_setzero_pd()};
     const std::uint8_t* row = first + at;
     for (std::size_t k = 0; k < taps.count; ++k, row += stride) {
@@ -100,20 +157,18 @@ namespace {
         sums[i] = _mm256_add_pd(sums[i], _mm256_mul_pd(four_doubles(row + 4 * i), weight));
       }
     }
-    __m128i numbers[4];
+    if (taps.sum != 1.0) {
 #pragma GCC unroll 4
-    for (std::size_t i = 0; i < 4; ++i) {
-      numbers[i] = _mm256_cvttpd_epi32(taps.sum == 1.0 ? sums[i] : _mm256_div_pd(sums[i], weights_sum));
+      for (std::size_t i = 0; i < 4; ++i) sums[i] = _mm256_div_pd(sums[i], weights_sum);
     }
-    store(dst + at, _mm_packus_epi16(_mm_packs_epi32(numbers[0], numbers[1]), _mm_packs_epi32(numbers[2], numbers[3])));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + at), limited(sums));
   }
-  resample_down(first + at, stride, taps, dst + at, n - at);
 }
 
 }  // namespace
 
 void resample_avx2(ConstView src, MutableView dst, std::size_t samples, const ResampleFilter& filter) {
-  resample_by({widen, across, down}, src, dst, samples, filter);
+  resample_by({across, average_across_avx2, down}, src, dst, samples, filter);
 }
 
 }  // namespace zel::kern

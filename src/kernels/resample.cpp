@@ -30,7 +30,9 @@ void pass_down(const ResampleSteps& steps, ConstView src, MutableView dst, Resam
   for (std::size_t r = 0; r < dst.height(); ++r) {
     const ResampleTaps& taps = line.taps(r, r + 1).front();
     const std::uint8_t* const first = src.row_ptr(taps.first);
-    if (taps.count != 0 && taps.average) {
+    if (taps.count == 0) {
+      std::ranges::fill(dst.row(r), std::uint8_t{0});
+    } else if (taps.average) {
       average_down(first, src.stride(), taps.count, dst.row_ptr(r), dst.width());
     } else {
       steps.down(first, src.stride(), taps, dst.row_ptr(r), dst.width());

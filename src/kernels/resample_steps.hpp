@@ -16,7 +16,7 @@ struct ResampleSteps {
   void (*across)(ConstView src, MutableView dst, std::size_t samples, std::span<const ResampleTaps> taps);
   // The same, all weights being 1.
   void (*average_across)(ConstView src, MutableView dst, std::size_t samples, std::span<const ResampleTaps> taps);
-  // One row of n samples; row of taps.first, the next ones stride further on each.
+  // One row of n samples, with a weight at least. first: row of taps.first; the next ones lie stride further each.
   void (*down)(const std::uint8_t* first, std::size_t stride, const ResampleTaps& taps, std::uint8_t* dst,
                std::size_t n);
 };

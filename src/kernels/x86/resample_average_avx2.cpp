@@ -40,11 +40,13 @@ std::size_t gather(std::span<const ResampleTaps> taps, std::size_t begin, std::s
   return n;
 }
 
+// fetched: a row whose turn will come, and which is fetched meanwhile.
 [[gnu::target("avx2")]] void average_row(const std::vector<Gathered>& pieces, const std::uint8_t* row,
-                                         std::uint8_t* dst) {
+                                         const std::uint8_t* fetched, std::uint8_t* dst) {
   const Gathered* const all = pieces.data();
   const std::size_t n = pieces.size();
   for (std::size_t i = 0; i < n; ++i) {
+    _mm_prefetch(fetched + all[i].from, _MM_HINT_T0);
     const __m128i samples = load(row + all[i].from);
     const __m128i a = _mm_shuffle_epi8(samples, load(all[i].first));
     const __m128i b = _mm_shuffle_epi8(samples, load(all[i].last));
@@ -66,7 +68,9 @@ void average_across_avx2(ConstView src, MutableView dst, std::size_t samples, st
     pieces.push_back(next);
     done += n;
   }
-  for (std::size_t r = 0; r < src.height(); ++r) average_row(pieces, src.row_ptr(r), dst.row_ptr(r));
+  for (std::size_t r = 0; r < src.height(); ++r) {
+    average_row(pieces, src.row_ptr(r), src.row_ptr(std::min(r + 2, src.height() - 1)), dst.row_ptr(r));
+  }
   const std::size_t left = done * samples;
   if (done < taps.size()) {
     average_across(src, dst.part(0, left, dst.height(), dst.width() - left), samples, taps.subspan(done));

@@ -3,17 +3,20 @@
 //   src, dst   pixels of `samples` samples each, any stride; at least one pixel each; dst may be src, else no overlap
 //   samples    bytes a pixel, each resampled for itself: 1, 3 or 4
 //   filter     weight of a source sample by its distance, in source pixels, or in destination pixels where the image
-//              shrinks; weights beyond the radius are not asked for
+//              shrinks, and the largest such distance that counts
 //
 // First all source rows are resampled across, then the columns of that intermediate image down. Destination position i
-// lies over source position i / scale, the first pixels over each other. Each result is the sum of sample * weight in
-// ascending source order, divided by the sum of the weights, toward zero, and limited to 0..255; 0 where no source
-// sample has a weight. With equal sizes dst is a copy.
+// lies over source position i / scale, the first pixels over each other; `reach` being the radius in source pixels, the
+// weights are those of the source samples from left = i / scale + 0.5 - reach to left + 2 * reach, both toward zero.
+// Each result is the sum of sample * weight in ascending source order, divided by the sum of the weights, toward zero,
+// and limited to 0..255; 0 where no source sample has a weight, or where the quotient leaves 32 bits. With equal sizes
+// dst is a copy.
 //
 // Exact: all in double, multiplied, then added, nothing fused or reordered. Where all weights are 1, sums are integers.
 // Cost: proportional to the weights under the filter, source rows times destination width and again destination pixels.
-// Memory: the intermediate image, a few rows beyond. Throws std::bad_alloc, before anything is written to dst.
-// Method: four rows, later columns, side by side, so that one lane of a vector is one sum.
+// Memory: the intermediate image, the weights of 4096 samples. Throws std::bad_alloc, before anything is written to
+// dst. Method: each lane of a vector is one sum: neighbours in a row, shuffled into place, then neighbours in a
+// column's row.
 #pragma once
 
 #include <cstddef>

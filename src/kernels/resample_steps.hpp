@@ -9,20 +9,14 @@
 
 namespace zel::kern {
 
-inline constexpr std::size_t kBand = 4;          // rows that are resampled across together
-inline constexpr std::size_t kMostAcross = 512;  // samples of a row that are
-
-// Rows of one band, or of its part that a piece of the destination is made of.
-using BandSource = const std::uint8_t* const (&)[kBand];
-using BandTarget = std::uint8_t* const (&)[kBand];
+inline constexpr std::size_t kMostAcross = 4096;  // samples of a row that are made together
 
 struct ResampleSteps {
-  // wide[kBand * i + r] = rows[r][i], n samples of each row.
-  void (*widen)(BandSource rows, std::size_t n, double* wide);
-  // Positions side by side from rows[r][0] on. wide begins with source position `origin`.
-  void (*across)(const double* wide, std::size_t origin, std::span<const ResampleTaps> taps, std::size_t samples,
-                 BandTarget rows);
-  // One row of n samples; row of taps.first, the next ones stride further on each.
+  // All rows of positions side by side, from dst's first column on; kMostAcross samples of each row at most.
+  void (*across)(ConstView src, MutableView dst, std::size_t samples, std::span<const ResampleTaps> taps);
+  // The same, all weights being 1.
+  void (*average_across)(ConstView src, MutableView dst, std::size_t samples, std::span<const ResampleTaps> taps);
+  // One row of n samples, with a weight at least. first: row of taps.first; the next ones lie stride further each.
   void (*down)(const std::uint8_t* first, std::size_t stride, const ResampleTaps& taps, std::uint8_t* dst,
                std::size_t n);
 };
@@ -40,8 +34,7 @@ void resample_by(const ResampleSteps& steps, ConstView src, MutableView dst, std
                  const ResampleFilter& filter);
 
 // The scalar steps, for what is left beside whole vectors.
-void resample_across(const double* wide, std::size_t origin, std::span<const ResampleTaps> taps, std::size_t samples,
-                     BandTarget rows);
+void resample_across(ConstView src, MutableView dst, std::size_t samples, std::span<const ResampleTaps> taps);
 void resample_down(const std::uint8_t* first, std::size_t stride, const ResampleTaps& taps, std::uint8_t* dst,
                    std::size_t n);
 

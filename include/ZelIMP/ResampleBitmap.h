@@ -7,8 +7,8 @@
 // Scales an image of 32-bit pixel words to another size.
 //   src, dst             pixels of four bytes, rows top to bottom without padding; dst may be src, else no overlap
 //   dstWidth, dstHeight  taken as 1 when they are 0 and as 4096 when they are more; dst has room for that many words
-//   bitDepth             8, 24 or 32: the first one, three or four bytes of a word are channels; the others are 0 in
-//   dst filter               reconstruction filter, by its remainder modulo 13:
+//   bitDepth             8, 24 or 32: the first one, three or four bytes of a word are channels, others are 0 in dst
+//   filter               reconstruction filter, by its remainder modulo 13:
 //                        0 bell            4 six-point cubic convolution  8 Lanczos 8     12 triangle (linear)
 //                        1 box             5 cubic B-spline               9 Mitchell-Netravali
 //                        2 Catmull-Rom     6 Hermite                     10 quadratic

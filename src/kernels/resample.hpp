@@ -14,9 +14,9 @@
 //
 // Exact: all in double, multiplied, then added, nothing fused or reordered. Where all weights are 1, sums are integers.
 // Cost: proportional to the weights under the filter, source rows times destination width and again destination pixels.
-// Memory: the intermediate image, the weights of 4096 samples. Throws std::bad_alloc, before anything is written to
-// dst. Method: each lane of a vector is one sum: neighbours in a row, shuffled into place, then neighbours in a
-// column's row.
+// Memory: the intermediate image, the weights of 4096 samples. Throws std::bad_alloc, before dst is written to.
+// Method: one lane of a vector is one sum. Across, lanes are neighbours whose source samples are shuffled into place;
+// down, neighbouring columns.
 #pragma once
 
 #include <cstddef>

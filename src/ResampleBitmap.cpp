@@ -32,8 +32,9 @@ double _Box(double x) { return std::fabs(x) <= 0.5 ? 1.0 : 0.0; }
 double _CatmullRom(double x) {
   const double a = std::fabs(x);
   const double a2 = a * a;
-  if (a <= 1.0) return 1.5 * a2 * a - 2.5 * a2 + 1.0;
-  if (a <= 2.0) return -0.5 * a2 * a + 2.5 * a2 - 4.0 * a + 2.0;
+  const double a3 = a2 * a;
+  if (a <= 1.0) return 1.5 * a3 - 2.5 * a2 + 1.0;
+  if (a <= 2.0) return -0.5 * a3 + 2.5 * a2 - 4.0 * a + 2.0;
   return 0.0;
 }
 

@@ -17,6 +17,8 @@ constexpr std::size_t kRows = 4;  // that are resampled across together
 constexpr std::size_t kVector = 16;   // bytes
 constexpr std::size_t kGathered = 4;  // bytes that are read to have one
 
+constexpr std::size_t kMostWeights = 1024;  // of a position in a group: the sums of more are left to the scalar step
+
 [[gnu::target("avx2")]] __m128i load(const void* p) { return _mm_loadu_si128(static_cast<const __m128i*>(p)); }
 
 [[gnu::target("avx2")]] __m256d four_doubles(const std::uint8_t* samples) {
@@ -53,7 +55,7 @@ struct Groups {
 bool fits(std::span<const ResampleTaps> taps, std::size_t samples, std::size_t width) {
   std::size_t first = 0, count = 0;
   for (const ResampleTaps& t : taps) {
-    if (t.count == 0) return false;
+    if (t.count == 0 || t.count > kMostWeights) return false;
     first = std::max(first, t.first);
     count = std::max(count, t.count);
   }

@@ -19,6 +19,7 @@
 #include <string>
 
 #include "../tests/support/tiff_builder.hpp"
+#include "ResampleBitmap.hpp"
 #include "base/maths.hpp"
 #include "kernels/bit_pack.hpp"
 #include "kernels/border_trace.hpp"
@@ -31,6 +32,7 @@
 #include "kernels/half_turn.hpp"
 #include "kernels/isolated_pixels.hpp"
 #include "kernels/quarter_turn.hpp"
+#include "kernels/resample.hpp"
 #include "kernels/rgb_to_grey.hpp"
 #include "kernels/rotate_nearest.hpp"
 #include "kernels/run_scan.hpp"
@@ -98,7 +100,7 @@ struct Work {
     sums.resize(2 * width);
     white.assign(width, 240);
     black.assign(width, 8);
-    dst.resize(2 * src.size() + 8);
+    dst.resize(9 * src.size() / 4 + 8);
     if (input == Input::bilevel || input == Input::filtered) {
       kern::box_threshold(from(), to(), {even(), odd()}, 25, 80);
       if (input == Input::filtered) kern::isolated_pixels(to(), 2);
@@ -116,7 +118,7 @@ struct Work {
   std::vector<std::uint16_t> white;
   std::vector<std::uint16_t> black;
   Bytes src;
-  Bytes dst;  // a copy of src before each time, with room for any coding
+  Bytes dst;  // a copy of src before each time, with room for any coding and for half as many rows and columns again
 };
 
 // A row for each variant and page: body(run, work).
@@ -221,6 +223,21 @@ void add_geometry() {
   }
 }
 
+void add_resampling() {
+  using enum Kind;
+  constexpr unsigned kLanczos3Filter = 7;
+  const auto resample = [](std::size_t samples, unsigned filter, std::size_t from_dpi, std::size_t to_dpi) {
+    return [=](auto run, Work& w) {
+      const std::size_t width = w.width / samples * to_dpi / from_dpi, height = w.height * to_dpi / from_dpi;
+      run(w.from(), MutableView(w.dst.data(), width * samples, height), samples, resample_filter(filter));
+    };
+  };
+  add("resample_triangle/300_200", kern::kResample, Input::grey, {text, noise}, resample(1, kTriangleFilter, 300, 200));
+  add("resample_triangle/200_300", kern::kResample, Input::grey, {text, noise}, resample(1, kTriangleFilter, 200, 300));
+  add("resample_lanczos3/300_200", kern::kResample, Input::grey, {noise}, resample(1, kLanczos3Filter, 300, 200));
+  add("resample_box_colour/300_200", kern::kResample, Input::colour, {noise}, resample(3, kBoxFilter, 300, 200));
+}
+
 // Scan to Group 4 with the adaptive threshold. Returns the bytes made.
 unsigned int process(Bytes& tiff, Bytes& output, int side = 0, int deskew = 0) {
   unsigned int size = 0;
@@ -282,6 +299,7 @@ void add_pipeline() {
 int main(int argc, char** argv) {
   zel::bench::add_kernels();
   zel::bench::add_geometry();
+  zel::bench::add_resampling();
   zel::bench::add_pipeline();
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;

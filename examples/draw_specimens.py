@@ -1,15 +1,16 @@
 #!/usr/bin/env python3
-"""Draws the specimen documents that lie beside this script.
+"""Draws the specimen documents and the photograph beside this script.
 
-    draw_specimens.py            write the PNG files beside the script
+    draw_specimens.py            write the pictures beside the script
     draw_specimens.py --check    redraw in memory; exit 1 if a file differs
-    draw_specimens.py --out DIR  write the PNG files into DIR instead
+    draw_specimens.py --out DIR  write the pictures into DIR instead
 
 Needs python3-pil and fonts-dejavu-core.  Everything named in the pictures is
-invented, and every document carries the word SPECIMEN.
+invented, and every picture carries the word SPECIMEN.
 """
 
 import argparse
+import io
 import math
 import pathlib
 import random
@@ -676,6 +677,321 @@ def draw_letter_rear(front):
     return page
 
 
+# ------------------------------------------------------------ the photograph
+
+PHOTOGRAPH = (900, 600)
+PHOTOGRAPH_DPI = 300
+PHOTOGRAPH_QUALITY = 87
+
+# The camera looks down on a table; the table's far edge is this row.
+TABLE_EDGE = 236
+HORIZON = -150
+
+LIGHT = (-.53, -.62, .58)
+
+
+def grain(rng, size, cell):
+    """Smooth noise from 0 to 255, whose spots are some `cell` pixels wide."""
+    small = (size[0] // cell + 4, size[1] // cell + 4)
+    noise = Image.frombytes("L", small, rng.randbytes(small[0] * small[1]))
+    return noise.resize((small[0] * cell, small[1] * cell),
+                        Image.Resampling.BICUBIC).crop((0, 0, *size))
+
+
+def lit(picture, light):
+    """The picture with each pixel times light / 128."""
+    return Image.merge("RGB", [
+        ImageChops.multiply(band, light).point(lambda v: min(255, 2 * v))
+        for band in picture.split()])
+
+
+def draw_wall(rng):
+    width, height = PHOTOGRAPH
+    spot = Image.radial_gradient("L").resize((width * 2, height * 2),
+                                             Image.Resampling.BICUBIC)
+    spot = spot.crop((640, 420, 640 + width, 420 + height))
+    light = spot.point(lambda v: 150 - v * 92 // 255)
+    for cell, swing in ((90, 14), (24, 7), (7, 5)):
+        light = ImageChops.add(light, grain(rng, PHOTOGRAPH, cell)
+                               .point(lambda v: v * swing // 255), 1,
+                               -swing // 2)
+    return lit(Image.new("RGB", PHOTOGRAPH, (176, 166, 148)), light)
+
+
+def gingham(rng, threads=120, pitch=4):
+    """A woven check, threads over and under each other, that tiles."""
+    def yarn(n):
+        base = (48, 82, 138) if n // 10 % 2 else (226, 222, 210)
+        dim = rng.uniform(.88, 1.06)
+        return [v * dim for v in base]
+
+    warp = [yarn(n) for n in range(threads)]
+    weft = [yarn(n) for n in range(threads)]
+    rounded = (.72, 1.0, 1.04, .84)
+    pixels = bytearray()
+    for y in range(threads * pitch):
+        for x in range(threads * pitch):
+            i, j = x // pitch, y // pitch
+            over = (i + j) % 2 == 0
+            colour = warp[i] if over else weft[j]
+            shade = rounded[x % pitch if over else y % pitch]
+            shade *= .94 + .06 * rounded[y % pitch if over else x % pitch]
+            pixels += bytes(min(255, int(v * shade)) for v in colour)
+    side = threads * pitch
+    return Image.frombytes("RGB", (side, side), bytes(pixels))
+
+
+def draw_cloth(rng):
+    """The cloth in perspective: the lower part of the photograph."""
+    tile = gingham(rng)
+    flat = Image.new("RGB", (tile.width * 6, tile.height * 6))
+    for y in range(0, flat.height, tile.height):
+        for x in range(0, flat.width, tile.width):
+            flat.paste(tile, (x, y))
+
+    # A point lies u right of and v beyond the camera, both in pixels of the
+    # weave and both over the distance from the horizon; turned a little, and
+    # from the middle of the flat cloth on.
+    k = 3
+    width, height = PHOTOGRAPH[0], PHOTOGRAPH[1] - TABLE_EDGE
+    turn = math.radians(24)
+    cos, sin = math.cos(turn), math.sin(turn)
+    middle, far = flat.width / 2, 1700
+    near, depth = PHOTOGRAPH[1] - HORIZON, 900000
+    # Numerators as multiples of x, y and 1 in large pixels.
+    row = TABLE_EDGE - HORIZON
+    u = (near / k, 0, -near * width / 2)
+    v = (0, -far / k, depth - far * row)
+    down = (0, 1 / k, row)
+    maps = []
+    for a, b in ((cos, -sin), (sin, cos)):
+        maps += [(a * u[n] + b * v[n] + middle * down[n]) / row
+                 for n in range(3)]
+    maps += [down[0] / row, down[1] / row]
+    cloth = flat.transform((width * k, height * k),
+                           Image.Transform.PERSPECTIVE, maps,
+                           Image.Resampling.BICUBIC).reduce(k)
+
+    # Folds, and less light further away.
+    light = Image.linear_gradient("L").resize(cloth.size)
+    light = light.point(lambda v: 92 + v * 34 // 255)
+    folds = grain(rng, (width, height * 3), 150).resize(cloth.size)
+    light = ImageChops.add(light, folds.point(lambda v: v * 36 // 255), 1, -14)
+    return lit(cloth, light)
+
+
+def fruit(page, centre, radii, tilt, skin):
+    """An ellipsoid; skin(x, y, z, light, shine) gives the colour at a normal."""
+    k = 2
+    reach = math.ceil(max(radii)) + 2
+    side = 2 * reach * k
+    cos, sin = math.cos(tilt), math.sin(tilt)
+    pixels, mask = bytearray(), bytearray()
+    for row in range(side):
+        for column in range(side):
+            dx = (column + .5) / k - reach
+            dy = (row + .5) / k - reach
+            x = (dx * cos + dy * sin) / radii[0]
+            y = (dy * cos - dx * sin) / radii[1]
+            rest = 1 - x * x - y * y
+            if rest <= 0:
+                pixels += b"\0\0\0"
+                mask.append(0)
+                continue
+            z = math.sqrt(rest)
+            normal = (x * cos - y * sin, x * sin + y * cos, z)
+            facing = sum(a * b for a, b in zip(normal, LIGHT))
+            # Light from a window, the room, and the cloth below.
+            light = (.86 * max(0.0, facing * .82 + .18) + .16
+                     + .13 * max(0.0, normal[1]) * (1 - z))
+            half = normal[0] * -.30 + normal[1] * -.35 + normal[2] * .887
+            shine = max(0.0, half) ** 60
+            colour = skin(x, y, z, light, shine)
+            pixels += bytes(max(0, min(255, int(v))) for v in colour)
+            mask.append(255)
+    body = Image.frombytes("RGB", (side, side), bytes(pixels)).reduce(k)
+    cover = Image.frombytes("L", (side, side), bytes(mask)).reduce(k)
+    page.paste(body, (centre[0] - reach, centre[1] - reach), cover)
+
+
+def orange_skin(rng):
+    side = 512
+    bumps = grain(rng, (side, side), 4).load()
+
+    def skin(x, y, z, light, shine):
+        # The peel's pits, seen shorter towards the rim.
+        u = int(256 + 150 * math.asin(max(-1, min(1, x))))
+        v = int(256 + 150 * math.asin(max(-1, min(1, y))))
+        pit = (bumps[u, v] - bumps[(u + 2) % side, (v + 2) % side]) / 255
+        light = light * (1 + .16 * pit * z)
+        gloss = 118 * shine * (1 + .9 * pit)
+        return (238 * light + gloss, 128 * light + gloss * .96,
+                22 * light + gloss * .85)
+    return skin
+
+
+def apple_skin(rng):
+    side = 720
+    streaks = grain(rng, (side, 12), 5).resize((side, 360)).load()
+    spots = grain(rng, (side, 360), 3).load()
+
+    def skin(x, y, z, light, shine):
+        turn = int(360 + 340 * math.atan2(x, z) / math.pi) % side
+        height = int(180 + 170 * y)
+        red = .62 + .55 * (streaks[turn, height] / 255 - .45) + .28 * x
+        red = max(0.0, min(1.0, red))
+        speck = .10 * (spots[turn, height] > 214)
+        ground = (206, 176, 72)
+        blush = (168, 22, 26)
+        return [(g + (b - g) * red) * (light + speck) + 175 * shine
+                for g, b in zip(ground, blush)]
+    return skin
+
+
+def lemon_skin(rng):
+    side = 512
+    bumps = grain(rng, (side, side), 6).load()
+
+    def skin(x, y, z, light, shine):
+        u, v = int(256 + 190 * x), int(256 + 190 * y)
+        pit = (bumps[u, v] - bumps[u + 3, v + 3]) / 255
+        light = light * (1 + .13 * pit)
+        gloss = 105 * shine
+        return (240 * light + gloss, 204 * light + gloss, 52 * light + gloss)
+    return skin
+
+
+def soft_ellipse(box, blur, size=PHOTOGRAPH):
+    mask = Image.new("L", size, 0)
+    ImageDraw.Draw(mask).ellipse(box, fill=255)
+    return mask.filter(ImageFilter.GaussianBlur(blur))
+
+
+def cast_shadow(page, box):
+    """Shadow of a body on the cloth: dark where it stands, wide to the right."""
+    x0, y0, x1, y1 = box
+    wide = soft_ellipse((x0 + 8, y0 - 8, x1 + (x1 - x0) * .55, y1 + 4), 15)
+    contact = soft_ellipse((x0 + 16, y0 + 6, x1 - 8, y1), 6)
+    page.paste((18, 18, 30), (0, 0), wide.point(lambda v: v * 125 // 255))
+    page.paste((10, 8, 14), (0, 0), contact.point(lambda v: v * 185 // 255))
+
+
+def draw_grass(page, rng):
+    """Dry stems before the wall, each with an ear of grains and awns."""
+    for n in range(13):
+        foot = (130 + rng.uniform(-26, 26), 300)
+        top = (50 + n * 27 + rng.uniform(-16, 16), rng.uniform(24, 92))
+        bend = (foot[0] + (top[0] - foot[0]) * .25, 190)
+        stem = spline([foot, bend, top])
+        tone = rng.uniform(.72, 1.08)
+        straw = tuple(round(v * tone) for v in (196, 168, 104))
+        curves = [stem]
+        put(page, curve_mask(PHOTOGRAPH, curves, 1.7), (0, 0), straw)
+        dx, dy = top[0] - stem[-12][0], top[1] - stem[-12][1]
+        length = math.hypot(dx, dy)
+        dx, dy = dx / length, dy / length
+        grains, awns = [], []
+        for i in range(14):
+            at = (top[0] + dx * i * 3.1, top[1] + dy * i * 3.1)
+            for side in (-1, 1):
+                tip = (at[0] + dx * 6 - dy * 4.0 * side,
+                       at[1] + dy * 6 + dx * 4.0 * side)
+                grains.append([at, tip])
+                awns.append([tip, (tip[0] + dx * 19 - dy * 7 * side,
+                                   tip[1] + dy * 19 + dx * 7 * side)])
+        put(page, curve_mask(PHOTOGRAPH, awns, .6), (0, 0), straw)
+        dark = tuple(round(v * .82) for v in straw)
+        put(page, curve_mask(PHOTOGRAPH, grains, 2.6), (0, 0), dark)
+
+
+def draw_card(page):
+    """A printed card that lies on the cloth."""
+    k = 3
+    card = Image.new("RGB", (250 * k, 132 * k), (238, 232, 214))
+    pen = ImageDraw.Draw(card)
+    pen.rectangle((7 * k, 7 * k, 243 * k, 125 * k), outline=(120, 40, 40),
+                  width=k)
+    pen.text((125 * k, 42 * k), "SPECIMEN", font=font(SERIF_BOLD, 34 * k),
+             fill=(60, 22, 22), anchor="mm")
+    for y, text in ((72, "orange, apple and lemon on linen"),
+                    (90, "nobody grew, picked or photographed them"),
+                    (108, "every pixel of this picture is computed")):
+        pen.text((125 * k, y * k), text, font=font(SERIF, 10 * k),
+                 fill=(50, 44, 40), anchor="mm")
+    corners = ((498, 470), (752, 424), (838, 508), (566, 572))
+    x0, y0 = min(c[0] for c in corners), min(c[1] for c in corners)
+    x1, y1 = max(c[0] for c in corners), max(c[1] for c in corners)
+    shadow = Image.new("L", PHOTOGRAPH, 0)
+    ImageDraw.Draw(shadow).polygon([(x + 5, y + 7) for x, y in corners],
+                                   fill=150)
+    page.paste((14, 14, 22), (0, 0),
+               shadow.filter(ImageFilter.GaussianBlur(4)))
+    size = ((x1 - x0) * k, (y1 - y0) * k)
+    maps = perspective([((x - x0) * k, (y - y0) * k) for x, y in corners],
+                       [(0, 0), (card.width, 0), card.size, (0, card.height)])
+    laid = card.transform(size, Image.Transform.PERSPECTIVE, maps,
+                          Image.Resampling.BICUBIC)
+    mask = Image.new("L", card.size, 255).transform(
+        size, Image.Transform.PERSPECTIVE, maps, Image.Resampling.BICUBIC)
+    page.paste(laid.reduce(k), (x0, y0), mask.reduce(k))
+
+
+def perspective(places, sources):
+    """Numbers by which Image.transform takes places of the result to sources."""
+    rows = []
+    for (x, y), (u, v) in zip(places, sources):
+        rows.append([x, y, 1, 0, 0, 0, -u * x, -u * y, u])
+        rows.append([0, 0, 0, x, y, 1, -v * x, -v * y, v])
+    for i in range(8):  # elimination with the largest pivot
+        best = max(range(i, 8), key=lambda r: abs(rows[r][i]))
+        rows[i], rows[best] = rows[best], rows[i]
+        rows[i] = [value / rows[i][i] for value in rows[i]]
+        for r in range(8):
+            if r != i:
+                rows[r] = [a - rows[r][i] * b
+                           for a, b in zip(rows[r], rows[i])]
+    return [row[8] for row in rows]
+
+
+def expose(page, rng):
+    """What lens and sensor add: dark corners, grain, soft far parts."""
+    far = Image.linear_gradient("L").resize(PHOTOGRAPH)
+    far = far.point(lambda v: max(0, 190 - v * 3))
+    page.paste(page.filter(ImageFilter.GaussianBlur(1.2)), (0, 0), far)
+    corners = Image.radial_gradient("L").resize(PHOTOGRAPH)
+    page = lit(page, corners.point(lambda v: 146 - max(0, v - 90) * 40 // 165))
+    bands = []
+    for band in page.split():
+        noise = Image.blend(grain(rng, PHOTOGRAPH, 1), grain(rng, PHOTOGRAPH, 1),
+                            .5)
+        noise = noise.point(lambda v: 128 + (v - 128) * 10 // 128)
+        bands.append(ImageChops.add(band, noise, 1, -128))
+    return Image.merge("RGB", bands)
+
+
+def draw_photograph():
+    rng = random.Random(900)
+    page = draw_wall(rng)
+    draw_grass(page, rng)
+    page.paste(draw_cloth(rng), (0, TABLE_EDGE))
+    # The far edge of the table is round, and the wall dark behind it.
+    edge = Image.new("L", PHOTOGRAPH, 0)
+    ImageDraw.Draw(edge).rectangle((0, TABLE_EDGE - 9, 900, TABLE_EDGE),
+                                   fill=120)
+    page.paste((40, 34, 30), (0, 0), edge.filter(ImageFilter.GaussianBlur(4)))
+
+    cast_shadow(page, (126, 330, 330, 392))
+    cast_shadow(page, (330, 290, 522, 350))
+    cast_shadow(page, (262, 420, 470, 476))
+    fruit(page, (424, 246), (96, 90), 0.0, apple_skin(rng))
+    stem = spline([(428, 172), (433, 152), (446, 136)])
+    put(page, curve_mask(PHOTOGRAPH, [stem], 5), (0, 0), (74, 52, 34))
+    fruit(page, (226, 282), (104, 103), 0.0, orange_skin(rng))
+    fruit(page, (364, 404), (98, 70), -0.28, lemon_skin(rng))
+    draw_card(page)
+    return expose(page, rng)
+
+
 # ----------------------------------------------------------------------- main
 
 def draw_all():
@@ -685,11 +1001,24 @@ def draw_all():
         "cheque_rear.png": draw_cheque_rear(),
         "letter.png": letter,
         "letter_rear.png": draw_letter_rear(letter),
+        "photograph.jpg": draw_photograph(),
     }
 
 
-def difference(path, drawn):
+def save(name, picture, file):
+    if name.endswith(".jpg"):
+        picture.save(file, "JPEG", quality=PHOTOGRAPH_QUALITY, optimize=True,
+                     dpi=(PHOTOGRAPH_DPI, PHOTOGRAPH_DPI))
+    else:
+        picture.save(file, "PNG", optimize=True, dpi=(DPI, DPI))
+
+
+def difference(path, picture):
     """What sets the file apart from the picture just drawn, or None."""
+    memory = io.BytesIO()
+    save(path.name, picture, memory)
+    drawn = Image.open(memory)
+    wanted = drawn.info["dpi"]
     try:
         with Image.open(path) as stored:
             stored.load()
@@ -699,9 +1028,8 @@ def difference(path, drawn):
     if stored.mode != drawn.mode or stored.size != drawn.size:
         return (f"is {stored.mode} {stored.size[0]}x{stored.size[1]}, drawn "
                 f"{drawn.mode} {drawn.size[0]}x{drawn.size[1]}")
-    # The file holds whole pixels per metre, so 200 dpi comes back rounded.
-    if dpi is None or any(round(v) != DPI for v in dpi):
-        return f"resolution is {dpi}, drawn {DPI} dpi"
+    if dpi != wanted:
+        return f"resolution is {dpi}, drawn {wanted} dpi"
     box = ImageChops.difference(stored.convert("RGB"),
                                 drawn.convert("RGB")).getbbox()
     return f"pixels differ within {box}" if box else None
@@ -729,7 +1057,7 @@ def main():
             print(f"{name}: {reason or 'same'}")
             failed |= reason is not None
         else:
-            picture.save(path, "PNG", optimize=True, dpi=(DPI, DPI))
+            save(name, picture, path)
             print(f"{name}: {path.stat().st_size} bytes")
     return 1 if failed else 0
 

@@ -9,12 +9,14 @@
  *   ZelIMP/CropParam.h          CROP_PARAM, m_CropParam, ZelIMPSetCropParams, ZelIMPSetCropWindow           x  x
  *   ZelIMP/descramble.h         ZelIMPDescramble_mono, _color, ZelIMPDescrambleCal_mono, _color             x  x
  *   ZelIMP/ZelIMP_mono.h        ZelIMPColorToGray; in C++ thresholds, noise filter and their steps          x  x
+ *   ZelIMP/ResampleInterface.h  ZelIMPGetOutputBufferSize, ZelIMPResample8BitBitmap, 24, 32; conversions    x  x
  *   ZelIMP/globals.h            SWAP_SIDES, Tarsis_7200, row sums, CPU-time marks                           x  x
  *   ZelIMP/TiffTag.h            TiffTag, TiffGetWord, TiffGetLong                                              x
  *   ZelIMP/TiffHeader.h         TiffHeader                                                                     x
  *   ZelIMP/TiffImage.h          TiffImage                                                                      x
  *   ZelIMP/Group4Compression.h  Group4Compression                                                              x
  *   ZelIMP/ManageTIFF.h         TI, ProcessTIFF_to_BMP, ProcessTIFF_to_BMP_Color                               x
+ *   ZelIMP/ResampleBitmap.h     CreateResampledBitmap                                                          x
  *   ZelIMP/ZelIMP_writers.h     ProcessTIFF_JPG, ProcessJFIF_JPG                                               x
  *   ZelIMP/linux_win.h          temporary path, debug log, CPU-time measurement                                x
  *
@@ -27,6 +29,7 @@
 #define ZELIMP_H
 
 #include <ZelIMP/CropParam.h>
+#include <ZelIMP/ResampleInterface.h>
 #include <ZelIMP/ZelIMP_mono.h>
 #include <ZelIMP/ZelIMP_pipeline.h>
 #include <ZelIMP/ZelIMP_raw.h>
@@ -37,6 +40,7 @@
 #ifdef __cplusplus
 #include <ZelIMP/Group4Compression.h>
 #include <ZelIMP/ManageTIFF.h>
+#include <ZelIMP/ResampleBitmap.h>
 #include <ZelIMP/TiffHeader.h>
 #include <ZelIMP/TiffImage.h>
 #include <ZelIMP/TiffTag.h>

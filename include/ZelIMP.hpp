@@ -233,6 +233,58 @@ struct RawPixels {
 // Wraps them into an uncompressed TIFF that counts as the device's own.
 ZELIMP_API std::vector<std::byte> wrap_raw_pixels(const RawPixels& raw, const Limits& limits = {});
 
+// Reconstruction filters of resample, by the numbers of the flat interface. Radius in source pixels, or in pixels of
+// the result where the image shrinks.
+enum class Filter {
+  bell,               // 1.5  quadratic B-spline in two pieces, smooths
+  box,                // 0.5  nearest pixels, or the mean of those that become one
+  catmull_rom,        // 2    cubic, interpolates, sharp
+  cosine,             // 1    raised cosine, interpolates
+  cubic_convolution,  // 3    cubic over six points, interpolates, sharp
+  cubic_spline,       // 2    cubic B-spline, smooths most
+  hermite,            // 1    cubic without overshoot, interpolates
+  lanczos3,           // 3    sinc windowed by sinc, interpolates, sharp
+  lanczos8,           // 8    the same, longer: rings beside edges
+  mitchell,           // 2    cubic between blur and ringing, B = C = 1/3
+  quadratic,          // 1.5  interpolates
+  quadratic_bspline,  // 1.5  the function of bell
+  triangle,           // 1    linear
+};
+
+// A filter's name on the command line and in documents (lower case, with hyphens), and its radius.
+struct FilterFacts {
+  std::string_view name;
+  double radius = 0;
+};
+ZELIMP_API FilterFacts facts(Filter filter);
+
+// Weight of a source pixel at distance x from the place that is computed; 0 beyond the radius.
+ZELIMP_API double filter_weight(Filter filter, double x);
+
+// Pixels to resample: rows top to bottom without padding.
+struct PixelView {
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+  std::span<const std::byte> pixels;  // width * height * bits / 8 bytes
+};
+
+struct Pixels {
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+  std::vector<std::byte> pixels;
+};
+
+// Brings an image from one resolution to another: each side becomes side * (to_dpi / from_dpi), toward zero, and must
+// not become 0. bits a pixel: 8, 24 or 32, each byte a channel of its own; resolutions above 0, only their quotient
+// counts. filter: none is the flat interface's choice, triangle for 8 bits and box for 24 and 32. Every result is the
+// weighted mean of source pixels, toward zero, first across, then down; pixel i of a side lies over source pixel i *
+// side / new side, so that the first ones coincide. Where the filter reaches no pixel it is 0: with box beyond twice
+// the size, in the last columns and rows. Of limits, max_pixels holds for source and result and max_bytes for the
+// source; unlike the flat interface there is no longest side. Working memory beside the result: new width * height *
+// bits / 8 bytes, 32 + 16 * radius source rows and 128 KiB. Throws bad_argument and over_limit.
+ZELIMP_API Pixels resample(const PixelView& view, unsigned bits, double from_dpi, double to_dpi,
+                           std::optional<Filter> filter = {}, const Limits& limits = {});
+
 // "major.minor.patch" of the library that is loaded.
 ZELIMP_API const char* version() noexcept;
 

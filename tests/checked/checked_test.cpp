@@ -207,6 +207,47 @@ TEST(Checked, descramble_gives_the_bytes_of_the_image_object) {
 
 // A value that takes part in the header's size only until the file is written, and one of no bytes with an offset of
 // nowhere.
+TEST(Checked, resample_gives_the_bytes_of_the_flat_call) {
+  constexpr decltype(&ZelIMPResample8BitBitmap) kCalls[] = {ZelIMPResample8BitBitmap, nullptr,
+                                                            ZelIMPResample24BitBitmap, ZelIMPResample32BitBitmap};
+  for (const unsigned samples : {1u, 3u, 4u}) {
+    Bytes src(31 * 22 * samples), want(46 * 33 * samples);
+    Random(samples).fill(src);
+    unsigned width = 0, height = 0;
+    kCalls[samples - 1](src.data(), 31, 22, want.data(), &width, &height, 200, 300);
+    EXPECT_TRUE(same(zelimp::resample({31, 22, as_input(src)}, 8 * samples, 200, 300).pixels, want)) << samples;
+  }
+  // Another filter, and more than the longest side of the flat calls.
+  const zelimp::Pixels dots = zelimp::resample({2, 1, as_input(Bytes{250, 50})}, 8, 1, 3000, zelimp::Filter::box);
+  EXPECT_EQ(std::pair(dots.width, dots.height), std::pair(6000u, 3000u));
+  EXPECT_EQ(std::to_integer<int>(dots.pixels[4500]) + std::to_integer<int>(dots.pixels[4501]), 50);
+}
+
+TEST(Checked, filters_have_their_weights) {
+  // Radius, and weights at 0.3, 1.3 and 2.3, the same in every bit everywhere.
+  constexpr double kFilters[][4] = {{1.5, 0.66, 0.01999999999999999, 0},
+                                    {0.5, 1, 0, 0},
+                                    {2, 0.8155, -0.07350000000000012, 0},
+                                    {1, 0.7938926261462366, 0, 0},
+                                    {3, 0.8260000000000001, -0.10325000000000095, 0.012249999999999872},
+                                    {2, 0.5901666666666666, 0.05716666666666665, 0},
+                                    {1, 0.784, 0, 0},
+                                    {3, 0.8443431970194815, -0.1423301291068262, 0.031105298763475026},
+                                    {8, 0.8564094423750639, -0.18959790072425683, 0.09735027323284716},
+                                    {2, 0.7403888888888889, -0.029944444444444624, 0},
+                                    {1.5, 0.8200000000000001, -0.05999999999999983, 0},
+                                    {1.5, 0.66, 0.020000000000000018, 0},
+                                    {1, 0.7, 0, 0}};
+  for (unsigned i = 0; i < std::size(kFilters); ++i) {
+    const auto filter = static_cast<zelimp::Filter>(i);
+    const double* const want = kFilters[i];
+    EXPECT_EQ(zelimp::facts(filter).radius, want[0]);
+    for (int k = 0; k < 3; ++k) EXPECT_EQ(zelimp::filter_weight(filter, -0.3 - k), want[k + 1]) << i;
+    EXPECT_EQ(zelimp::filter_weight(filter, want[0]), i == 1) << i;
+  }
+  EXPECT_EQ(zelimp::facts(zelimp::Filter::quadratic_bspline).name, "quadratic-bspline");
+}
+
 TEST(Checked, odd_values_keep_the_result_whole) {
   const Bytes file = scan(6, 4, 1).set(278, 4, longs({4, 4})).add(400, 5, longs({0xFFFFFFF0}), 0).bytes();
   const auto result = zelimp::descramble(as_input(file));
@@ -274,6 +315,8 @@ TEST(Checked, refuses_options_out_of_range) {
   const Bytes grey = scan(6, 4, 1).bytes(), colour = scan(6, 4, 3).bytes(), narrow = scan(1, 4, 1).bytes();
   const std::vector<std::uint16_t> six(6), twelve(12), eighteen(18);
   const zelimp::CropOptions automatic = {.mode = zelimp::CropMode::automatic};
+  const zelimp::PixelView dots = {3, 2, as_input(grey).first(6)};
+  const zelimp::Limits all = {~std::uint64_t{0}, ~std::uint64_t{0}};
   const struct {
     const char* what;
     std::function<void()> call;
@@ -296,6 +339,45 @@ TEST(Checked, refuses_options_out_of_range) {
        [&] { zelimp::descramble(as_input(colour), {.swap_sides = false, .white = eighteen, .black = twelve}); }},
       {"half of one column", [&] { zelimp::process_scan(as_input(narrow), {.side = Side::front}); }},
       {"threshold", [&] { zelimp::process_scan(as_input(grey), {.threshold = 257}); }},
+      {"filter", [&] { zelimp::resample(dots, 8, 1, 2, static_cast<zelimp::Filter>(13)); }},
+      {"filter of facts", [&] { zelimp::facts(static_cast<zelimp::Filter>(-1)); }},
+      {"filter of a weight", [&] { zelimp::filter_weight(static_cast<zelimp::Filter>(13), 0); }},
+      {"bits", [&] { zelimp::resample(dots, 16, 1, 2); }},
+      {"no columns",
+       [&] {
+         zelimp::resample({0, 2, {}}, 8, 1, 2);
+       }},
+      {"pixels missing",
+       [&] {
+         zelimp::resample({7, 1, dots.pixels}, 8, 1, 2);
+       }},
+      {"pixels left",
+       [&] {
+         zelimp::resample({5, 1, dots.pixels}, 8, 1, 2);
+       }},
+      {"bytes left",
+       [&] {
+         zelimp::resample({1, 1, dots.pixels}, 32, 1, 2);
+       }},
+      {"pixels of 32 bits",
+       [&] {
+         zelimp::resample({0x80000000, 2, {}}, 8, 1, 2);
+       },
+       Status::over_limit},
+      {"source resolution", [&] { zelimp::resample(dots, 8, 0, 2); }},
+      {"target resolution", [&] { zelimp::resample(dots, 8, 2, -1); }},
+      {"no number", [&] { zelimp::resample(dots, 8, 2, std::nan("")); }},
+      {"endless resolution", [&] { zelimp::resample(dots, 8, 1, HUGE_VAL); }},
+      {"no rows left", [&] { zelimp::resample(dots, 8, 3, 1); }},
+      {"sides of 32 bits",
+       [&] {
+         zelimp::resample({6, 1, dots.pixels}, 8, 1, 0x1p30, {}, all);
+       },
+       Status::over_limit},
+      {"endless sides", [&] { zelimp::resample(dots, 8, 1e-300, 1e300, {}, all); }, Status::over_limit},
+      {"large source", [&] { zelimp::resample(dots, 8, 1, 1, {}, {.max_pixels = 5}); }, Status::over_limit},
+      {"long source", [&] { zelimp::resample(dots, 8, 1, 1, {}, {.max_bytes = 5}); }, Status::over_limit},
+      {"large result", [&] { zelimp::resample(dots, 8, 1, 2, {}, {.max_pixels = 23}); }, Status::over_limit},
       {"format", [&] { zelimp::process_scan(as_input(grey), {.format = static_cast<Format>(99)}); }},
       {"side", [&] { zelimp::process_scan(as_input(grey), {.side = static_cast<Side>(-1)}); }},
       {"deskew", [&] { zelimp::process_scan(as_input(grey), {.deskew = static_cast<zelimp::Deskew>(3)}); }},

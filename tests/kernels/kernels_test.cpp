@@ -21,6 +21,7 @@
 #include "kernels/half_turn.hpp"
 #include "kernels/isolated_pixels.hpp"
 #include "kernels/quarter_turn.hpp"
+#include "kernels/resample.hpp"
 #include "kernels/rgb_to_grey.hpp"
 #include "kernels/rotate_nearest.hpp"
 #include "kernels/run_scan.hpp"
@@ -329,6 +330,86 @@ TEST(Kernels, rotate_nearest_and_shear) {
     };
     return writes(s.width, s.height, s, model, [&](MutableView dst) { run(src.view, dst, down, across); });
   });
+}
+
+// Among them: sums of 1 and other ones side by side; lobes whose sums leave 0..255; weights of 0 between others;
+// weights that nearly cancel, so that quotients leave 32 bits; a smooth one that is wider than a vector.
+constexpr kern::ResampleFilter kFilters[] = {
+    {[](double x) { return std::fabs(x) <= 0.5 ? 1.0 : 0.0; }, 0.5},
+    {[](double x) { return std::max(1.0 - std::fabs(x), 0.0); }, 1.0},
+    {[](double x) { return std::fabs(x) < 0.25   ? 1.0
+                           : std::fabs(x) < 0.75 ? 0.7
+                                                 : 0.0; }, 0.75},
+    {[](double x) { return std::fabs(x) < 0.9 ? 1.1 - x * x : -0.3; }, 2.0},
+    {[](double x) { return std::fabs(x) < 0.6 || std::fabs(x) > 1.3 ? 1.0 - std::fabs(x) / 3 : 0.0; }, 2.3},
+    {[](double x) { return x < 0    ? 1.0
+                           : x == 0 ? 1e-12
+                                    : -0.9999999999999; }, 1.5},
+    {[](double x) { return 1.0 / (1.0 + x * x); }, 8.0}};
+
+// n samples of the line whose sample j is at(j).
+std::vector<int> resampled(std::size_t length, auto at, std::size_t n, const kern::ResampleFilter& filter) {
+  const double scale = double(n) / double(length), factor = std::min(scale, 1.0), reach = filter.radius / factor;
+  std::vector<int> line(n);
+  for (std::size_t i = 0; i < n; ++i) {
+    const double centre = double(i) / scale;
+    const int left = int(centre + 0.5 - reach), right = int(left + 2 * reach);
+    double sum = 0, weights = 0;
+    for (int j = std::max(left, 0); j <= right && j < int(length); ++j) {
+      const double weight = filter.weight((centre - j) * factor);
+      sum += at(std::size_t(j)) * weight;
+      weights += weight;
+    }
+    const double quotient = sum / weights;
+    line[i] = std::fabs(quotient) < 0x1p31 ? std::clamp(int(quotient), 0, 255) : 0;
+  }
+  return line;
+}
+
+TEST(Kernels, resample) {
+  for_all(kern::kResample, 8, [](auto run, const Shape& s, Random& random) {
+    const std::size_t samples = std::array{1, 3, 4}[random.below(3)];
+    const kern::ResampleFilter& filter = kFilters[random.below(std::size(kFilters))];
+    const auto other = [&](std::size_t n) {
+      const std::size_t any = random.below(2 * n + 9);
+      const std::array sides = {n, 2 * n / 3, 3 * n / 2, n / 2, n / 7, std::size_t{1}, any};
+      return std::max<std::size_t>(sides[random.below(sides.size())], 1);
+    };
+    const std::size_t width = other(s.width), height = other(s.height);
+    const GuardedImage src(s.width * samples, s.height, s, &random);
+    const int kind = int(random.below(3));
+    const auto flat = static_cast<std::uint8_t>(std::array{255, 254, 128, 1}[random.below(4)]);
+    for (std::uint8_t& b : src.bytes()) b = kind == 0 || (kind == 1 && random.below(9) != 0) ? flat : b;
+
+    std::vector<int> between(width * samples * s.height), wanted(width * samples * height);
+    for (std::size_t i = 0; i < s.height * samples; ++i) {
+      const std::size_t r = i / samples, sample = i % samples;
+      const auto row = resampled(
+          s.width, [&](std::size_t j) { return src.at(r, j * samples + sample); }, width, filter);
+      for (std::size_t c = 0; c < width; ++c) between[(r * width + c) * samples + sample] = row[c];
+    }
+    for (std::size_t c = 0; c < width * samples; ++c) {
+      const auto column = resampled(
+          s.height, [&](std::size_t j) { return between[j * width * samples + c]; }, height, filter);
+      for (std::size_t r = 0; r < height; ++r) wanted[r * width * samples + c] = column[r];
+    }
+    const bool same = width == s.width && height == s.height;
+    const auto model = [&](std::size_t r, std::size_t c) {
+      return same ? src.at(r, c) : wanted[r * width * samples + c];
+    };
+    return writes(width * samples, height, s, model, [&](MutableView dst) { run(src.view, dst, samples, filter); })
+           << "to " << width << " x " << height << ", " << samples << " samples, radius " << filter.radius << ", ";
+  });
+  // The average of equal samples is not one less, whatever their number.
+  for (const auto& variant : kern::kResample) {
+    if (!runs_here(variant)) continue;
+    for (std::size_t n = 1; n < 500; ++n) {
+      const std::vector<std::uint8_t> row(n, 255);
+      std::uint8_t average = 0;
+      variant.run({row.data(), n, 1}, {&average, 1, 1}, 1, kFilters[0]);
+      ASSERT_EQ(average, 255) << variant.name << ", " << n << " samples";
+    }
+  }
 }
 
 }  // namespace

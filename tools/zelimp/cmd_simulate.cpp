@@ -83,7 +83,8 @@ void add_simulate(CLI::App& program) {
   const auto options = std::make_shared<Options>();
   DeviceSettings& settings = options->settings;
   CLI::App& command = *program.add_subcommand("simulate", "Make the raw read-out that the device gives for two faces");
-  command.add_option("FRONT", options->front, "Picture of the front face: PNG, JPEG, TIFF or PNM, - standard input")
+  command
+      .add_option("FRONT", options->front, "Picture of the front face: PNG, JPEG, TIFF, BMP or PNM, - standard input")
       ->required();
   command.add_option("REAR", options->rear, "Picture of the rear face")->required();
   command.add_option("-o,--output", options->output, "Raw read-out to write, - standard output")->required();

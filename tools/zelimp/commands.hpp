@@ -13,6 +13,7 @@ void add_simulate(CLI::App& program);
 void add_info(CLI::App& program);
 void add_descramble(CLI::App& program);
 void add_process(CLI::App& program);
+void add_resample(CLI::App& program);
 void add_wrap(CLI::App& program);
 void add_describe(CLI::App& program);
 

@@ -20,13 +20,15 @@ int main(int argc, char** argv) {
   signal(SIGPIPE, SIG_IGN);
   signal(SIGXFSZ, SIG_IGN);
 
-  CLI::App program("Scans of the document and cheque scanner: simulate, inspect, descramble, process, wrap.", "zelimp");
+  CLI::App program("Scans of the document and cheque scanner: simulate, inspect, descramble, process, resample, wrap.",
+                   "zelimp");
   program.set_version_flag("--version", std::string("zelimp ") + zelimp::version());
   program.require_subcommand(1);
   tool::add_simulate(program);
   tool::add_info(program);
   tool::add_descramble(program);
   tool::add_process(program);
+  tool::add_resample(program);
   tool::add_wrap(program);
   tool::add_describe(program);
   program.footer(

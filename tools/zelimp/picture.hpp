@@ -12,16 +12,30 @@
 
 namespace tool {
 
-// Rows top to bottom without padding; planes is 1 (grey) or 3 (red, green, blue of a pixel side by side).
+// Rows top to bottom without padding; planes is 1 (grey), 3 (red, green, blue of a pixel side by side) or 4 (the same,
+// each multiplied by the alpha that follows).
 struct Picture {
   std::uint32_t width = 0;
   std::uint32_t height = 0;
   std::uint32_t planes = 1;
   std::vector<std::uint8_t> samples;
+  std::uint32_t x_dpi = 0;  // 0: the file does not tell the resolution
+  std::uint32_t y_dpi = 0;
 };
 
-// Reads a PNG, JPEG, TIFF or PNM file as grey or colour. Throws Failure.
+// Read a PNG, JPEG, TIFF, BMP or PNM file: as grey or colour, transparent parts white; or as it is, with alpha where
+// not all of it is opaque. Throw Failure.
 Picture read_picture(const std::string& path, bool colour);
+Picture read_picture(const std::string& path);
+
+// A copy with three planes of a picture with four, as it looks on white.
+Picture on_white(const Picture& picture);
+
+enum class FileKind { png, tiff, jpeg, bmp };
+
+// TIFF is compressed by LZW; quality from 1 to 100 is for JPEG. Only PNG and TIFF hold four planes. Resolutions are
+// those of the picture. Throws Failure when it is larger than a file of this kind can be.
+Bytes as_file(Picture picture, FileKind kind, int quality);
 
 // What was made of a scan, an image file (also a bitmap), as PNG. Throws Failure.
 Bytes as_png(const std::string& scan_name, std::span<const std::byte> file);

@@ -34,7 +34,8 @@ Descriptor open_temporary(const char* name);
 // Bytes of an open regular file. None for anything else: a directory, a pipe, a device.
 std::optional<std::uint64_t> regular_file_bytes(const Descriptor& file);
 
-// Reads the file's first size bytes. False when that fails or the file is shorter.
+// Reads size bytes that begin at offset. False when that fails or the file is shorter.
+bool read_after(const Descriptor& file, std::uint64_t offset, unsigned char* to, std::uint64_t size);
 bool read_from_start(const Descriptor& file, unsigned char* to, std::uint64_t size);
 
 // While it lives, writing beyond the process's limit for file sizes fails in this thread and does nothing more: the

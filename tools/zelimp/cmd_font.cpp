@@ -1,11 +1,14 @@
 #include <dirent.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <iomanip>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <sstream>
+#include <system_error>
 #include <utility>
 
 #include "commands.hpp"
@@ -91,7 +94,7 @@ std::vector<Sample> samples_of(const std::vector<std::string>& arguments) {
     const std::size_t sign = argument.find('=', 1);
     if (sign != argument.npos) {
       all.push_back({code_of(argument.substr(0, sign), argument), argument.substr(sign + 1)});
-    } else if (folder_exists(argument)) {
+    } else if (std::error_code none; std::filesystem::is_directory(argument, none)) {
       std::ranges::move(samples_in(argument), std::back_inserter(all));
     } else {
       throw Failure(Exit::usage, argument + ": is neither CODE=IMAGE nor a folder");

@@ -20,8 +20,10 @@ int main(int argc, char** argv) {
   signal(SIGPIPE, SIG_IGN);
   signal(SIGXFSZ, SIG_IGN);
 
-  CLI::App program("Scans of the document and cheque scanner: simulate, inspect, descramble, process, resample, wrap.",
-                   "zelimp");
+  CLI::App program(
+      "Scans of the document and cheque scanner: simulate, inspect, descramble, process, resample, wrap; fonts to read "
+      "them.",
+      "zelimp");
   program.set_version_flag("--version", std::string("zelimp ") + zelimp::version());
   program.require_subcommand(1);
   tool::add_simulate(program);
@@ -31,6 +33,7 @@ int main(int argc, char** argv) {
   tool::add_resample(program);
   tool::add_wrap(program);
   tool::add_describe(program);
+  tool::add_font(program);
   program.footer(
       "Example, from two pictures to the front face as Group 4 TIFF:\n"
       "  zelimp simulate front.png rear.png -o raw.tif --lag 8\n"

@@ -3,12 +3,10 @@
 #include <ZelIMP/Dibapi.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <limits>
-#include <memory>
 
+#include "base/allocated.hpp"
 #include "base/bytes.hpp"
 #include "files.hpp"
 
@@ -109,7 +107,7 @@ unsigned char* new_grey_dib(const GreyDib& model, std::int32_t width, std::int32
       std::uint64_t{dib_stride(width)} * static_cast<std::uint64_t>(std::max<std::int32_t>(height, 0));
   const std::size_t pixels_at = model.facts.pixels_at();
   if (pixels > kMostBytes - pixels_at) return nullptr;
-  auto* const dib = static_cast<unsigned char*>(std::calloc(pixels_at + static_cast<std::size_t>(pixels), 1));
+  unsigned char* const dib = allocate(pixels_at + pixels).release();
   if (dib == nullptr) return nullptr;
   std::memcpy(dib, model.dib, pixels_at);
   if (has_info_header(model.facts)) {
@@ -125,20 +123,10 @@ unsigned char* new_grey_dib(const GreyDib& model, std::int32_t width, std::int32
 
 namespace {
 
-struct FileCloser {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, FileCloser>;
-
-struct MemoryFreer {
-  void operator()(char* memory) const { std::free(memory); }
-};
-using Memory = std::unique_ptr<char, MemoryFreer>;
-
 enum class Reading { no_bitmap_file, failed, done };
 
 // A bitmap file's DIB. The buffer is as long as the whole file, and never shorter than a header.
-Reading read_bitmap_file(const char* path, Memory& dib) {
+Reading read_bitmap_file(const char* path, Allocated& dib) {
   const Descriptor file = open_for_reading(path);
   const std::optional<std::uint64_t> length = file.is_open() ? regular_file_bytes(file) : std::nullopt;
   unsigned char header[kFileHeader];
@@ -146,12 +134,10 @@ Reading read_bitmap_file(const char* path, Memory& dib) {
     return Reading::no_bitmap_file;
   }
   if (*length > kMostBytes) return Reading::failed;
-  const std::size_t bytes = std::max(static_cast<std::size_t>(*length), kFileHeader + kInfoHeader);
-  dib.reset(static_cast<char*>(std::calloc(bytes, 1)));
-  if (!dib || !read_after(file, kFileHeader, reinterpret_cast<unsigned char*>(dib.get()), *length - kFileHeader)) {
-    return Reading::failed;
-  }
-  return Reading::done;
+  const std::uint64_t bytes = std::max<std::uint64_t>(*length, kFileHeader + kInfoHeader);
+  dib = allocate(bytes);
+  const bool read = dib && read_after(file, kFileHeader, dib.get(), *length - kFileHeader);
+  return read ? Reading::done : Reading::failed;
 }
 
 }  // namespace
@@ -160,7 +146,11 @@ Reading read_bitmap_file(const char* path, Memory& dib) {
 using namespace zel;
 
 namespace {
+
 const unsigned char* bytes_of(const char* dib) { return reinterpret_cast<const unsigned char*>(dib); }
+
+char* released(Allocated& dib) { return reinterpret_cast<char*>(dib.release()); }
+
 }  // namespace
 
 int DIBWidth(char* dib) { return dib_facts(bytes_of(dib)).width; }
@@ -178,6 +168,8 @@ char* FindDIBBits(char* dib) { return dib + dib_facts(bytes_of(dib)).pixels_at()
 int DIBSize(char* dib) {
   const DibFacts facts = dib_facts(bytes_of(dib));
   const std::int64_t row_bytes = ((std::int64_t{facts.bits} * facts.width + 31) >> 5) * 4;
+  // KEPT: rows from top to bottom, of a negative height, make this smaller than header and palette, or negative. Hosts
+  // that store such images count their rows themselves: test dib_headers.
   const std::uint32_t pixels =
       is_run_length(facts.compression)
           ? facts.image_bytes
@@ -188,13 +180,13 @@ int DIBSize(char* dib) {
 int CreateDIBPalette(void*, tagLOGPALETTE*) { return 0; }
 
 int ImageBox_SaveDataToFile(char* path, char* dib) {
-  if (path == nullptr || dib == nullptr) return 0;
+  if (dib == nullptr) return 0;
   auto* const bytes = reinterpret_cast<unsigned char*>(dib);
   const DibFacts facts = dib_facts(bytes);
   const std::uint64_t size = dib_bytes(facts);
   if (size > kMostBytes - kFileHeader) return 0;
   const WithoutFileSizeSignal no_signal;
-  File file(std::fopen(path, "wbe"));
+  OutputFile file = open_for_writing(path);
   if (!file) return 0;
   if (has_info_header(facts) && !is_run_length(facts.compression)) {
     store_u32(bytes + kImageSizeField, static_cast<std::uint32_t>(pixel_bytes(facts)));
@@ -209,13 +201,13 @@ int ImageBox_SaveDataToFile(char* path, char* dib) {
 }
 
 char* ImageBox_ReadImageFromFile(char* path) {
-  Memory dib;
-  return read_bitmap_file(path, dib) == Reading::done ? dib.release() : nullptr;
+  Allocated dib;
+  return read_bitmap_file(path, dib) == Reading::done ? released(dib) : nullptr;
 }
 
 int ImageBox_ReadDataFromFile(char* path) {
-  Memory dib;
+  Allocated dib;
   const Reading reading = read_bitmap_file(path, dib);
-  if (reading != Reading::no_bitmap_file) GetImage = reading == Reading::done ? dib.release() : nullptr;
+  if (reading != Reading::no_bitmap_file) GetImage = reading == Reading::done ? released(dib) : nullptr;
   return reading == Reading::done ? 1 : 0;
 }

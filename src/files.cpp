@@ -35,7 +35,11 @@ Descriptor::~Descriptor() {
 
 int Descriptor::duplicate() const { return fcntl(fd_, F_DUPFD_CLOEXEC, 0); }
 
-Descriptor open_for_reading(const char* path) { return Descriptor(open_again(path, O_RDONLY)); }
+Descriptor open_for_reading(const char* path) { return Descriptor(path == nullptr ? -1 : open_again(path, O_RDONLY)); }
+
+OutputFile open_for_writing(const char* path) {
+  return OutputFile(path == nullptr ? nullptr : std::fopen(path, "wbe"));
+}
 
 Descriptor open_temporary(const char* name) {
   char path[kPathBytes];

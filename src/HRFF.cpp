@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "FontAPI.hpp"
 #include "HRFF.hpp"
 #include "base/allocated.hpp"
 
@@ -48,6 +49,16 @@ FaceReading read_face(unsigned char* file, bool rear, char* text) {
   if (rear) ImageBox_Mirror(reinterpret_cast<char*>(dib));
   const bool read = MakeOCR_P(dib, 166, 195, 540, 85, kMicroHoleType, text, kTextBytes) != 0;
   return {read ? Reading::read : Reading::failed, text};
+}
+
+// Writes an image of a slot as <prefix><code><kind>.bmp. Returns false for one that is missing or larger than the slot.
+bool save_image(const char* prefix, const FontSlot& slot, unsigned char* image, const char* kind) {
+  const auto facts = facts_within(image, slot.size);
+  if (!facts || dib_bytes(*facts) > slot.size) return false;
+  char path[128];
+  std::snprintf(path, sizeof path, "%s%X%s.bmp", prefix, slot.code, kind);
+  ImageBox_SaveDataToFile(path, reinterpret_cast<char*>(image));
+  return true;
 }
 
 // What stands in the result for a face.
@@ -123,18 +134,11 @@ int ZelIMPAdd_Char(int code, char* dib) { return ActualFont.Add_Char(code, dib);
 int ZelIMPAdd_Mask(int code, char* dib) { return ActualFont.Add_Mask(code, dib); }
 
 int ZelIMPGetFontImages(char* prefix) {
-  const int count = std::min(ActualFont.count, 128);
-  for (int k = 0; prefix != nullptr && k < count; ++k) {
+  const int count = prefix == nullptr ? 0 : std::min(int{ActualFont.count}, zel::kMostSlots);
+  for (int k = 0; k < count; ++k) {
     const FontSlot& slot = ActualFont.slots[k];
-    const auto save = [&](const char* kind, unsigned char* image) {
-      char path[128];
-      std::snprintf(path, sizeof path, "%s%X%s.bmp", prefix, slot.code, kind);
-      ImageBox_SaveDataToFile(path, reinterpret_cast<char*>(image));
-    };
-    if (slot.image == nullptr) break;
-    save("IMG", slot.image);
-    if (slot.variance == nullptr) break;
-    save("VAR", slot.variance);
+    if (!zel::save_image(prefix, slot, slot.image, "IMG") || !zel::save_image(prefix, slot, slot.variance, "VAR"))
+      break;
   }
   return 0;
 }

@@ -147,7 +147,7 @@ void read_line(const GreyDib& line, const Place& place, HoleFace& face) {
   face.floor_threshold = face.floor_threshold || !found.in_range;
   const std::span<const CHAR_BOX> boxes = std::span(found.box).first(static_cast<std::size_t>(found.count));
   std::vector<char> characters;
-  for (const zel::DecodedHole& hole : zel::decode_holes(line, boxes, zel::kHoleGlyphs)) {
+  for (const zel::DecodedHole& hole : zel::decode_holes(line, boxes, zel::kHoleDigits)) {
     face.characters.push_back(told(hole, boxes[characters.size()], place));
     characters.push_back(hole.character);
   }

@@ -54,14 +54,14 @@ struct GivenFace {
 std::vector<GivenFace> faces(bool rear, const std::string& failed, const std::string& missing) {
   auto* const no_dib = reinterpret_cast<unsigned char*>(std::uintptr_t{0} - 14);
   const Bytes blank = PunchedLine{.digits = "", .rear = rear}.file();
-  std::vector<GivenFace> all = {{PunchedLine{.digits = "024680", .rear = rear}.file(), nullptr, 0, "024680"},
-                                {PunchedLine{.digits = "123456789", .rear = rear}.file(), nullptr, 0, "123456789"},
-                                {PunchedLine{.digits = "1234567", .rear = rear, .top_down = true}.file(), nullptr, 0,
-                                 "1234567"},
-                                {PunchedLine{.digits = "97 53", .rear = rear, .width = 1403}.file(), nullptr, 0, "97?53"},
-                                {blank, nullptr, 1, failed},
-                                {{}, nullptr, 1, failed},
-                                {{}, no_dib, 2, missing}};
+  std::vector<GivenFace> all = {
+      {PunchedLine{.digits = "024680", .rear = rear}.file(), nullptr, 0, "024680"},
+      {PunchedLine{.digits = "123456789", .rear = rear}.file(), nullptr, 0, "123456789"},
+      {PunchedLine{.digits = "1234567", .rear = rear, .top_down = true}.file(), nullptr, 0, "1234567"},
+      {PunchedLine{.digits = "97 5?3", .rear = rear, .width = 1403}.file(), nullptr, 0, "97  5?3"},
+      {blank, nullptr, 1, failed},
+      {{}, nullptr, 1, failed},
+      {{}, no_dib, 2, missing}};
   for (GivenFace& face : all) {
     if (!face.file.empty()) face.address = face.file.data();
   }
@@ -153,7 +153,10 @@ TEST(Hrff, mirror_one_byte_off_and_mirror_top_down_turns_over) {
     Bytes before, after;
   } const cases[] = {
       {4, 2, {1, 2, 3, 4, 5, 6, 7, 8}, {0, 4, 3, 2, 1, 8, 7, 6}},
-      {5, 2, {1, 2, 3, 4, 5, 90, 91, 92, 6, 7, 8, 9, 10, 93, 94, 95}, {0, 0, 0, 0, 5, 4, 3, 2, 1, 0, 0, 0, 10, 9, 8, 7}},
+      {5,
+       2,
+       {1, 2, 3, 4, 5, 90, 91, 92, 6, 7, 8, 9, 10, 93, 94, 95},
+       {0, 0, 0, 0, 5, 4, 3, 2, 1, 0, 0, 0, 10, 9, 8, 7}},
       {3, -3, {1, 2, 3, 90, 4, 5, 6, 91, 7, 8, 9, 92}, {7, 8, 9, 92, 4, 5, 6, 91, 1, 2, 3, 90}},
   };
   for (const auto& c : cases) {
@@ -171,8 +174,8 @@ TEST(Hrff, mirror_one_byte_off_and_mirror_top_down_turns_over) {
 TEST(Hrff, equalize_stretches_stored_values) {
   // 100 pixels, so that more than two count: the two darkest and brightest are beyond the limits.
   Bytes pixels(100, 60), wanted(100, 51);
-  for (const auto& [at, from, to] : {std::array{0, 0, 0}, {1, 10, 0}, {2, 50, 0}, {97, 100, 255}, {98, 240, 255},
-                                     {99, 250, 255}}) {
+  for (const auto& [at, from, to] :
+       {std::array{0, 0, 0}, {1, 10, 0}, {2, 50, 0}, {97, 100, 255}, {98, 240, 255}, {99, 250, 255}}) {
     pixels[static_cast<std::size_t>(at)] = static_cast<std::uint8_t>(from);
     wanted[static_cast<std::size_t>(at)] = static_cast<std::uint8_t>(to);
   }
@@ -199,10 +202,103 @@ TEST(Hrff, convolution_is_the_geometric_mean) {
   EXPECT_EQ(Convolute_images(chars(a), nullptr), nullptr);
 }
 
-TEST(Hrff, mix_images_of_unequal_size_and_variance_of_unequal_size) {
+TEST(Hrff, mix_images_of_unequal_size) {
   Bytes sample = dib(5, 1, {10, 20, 30, 40, 50, 0, 0, 0});
-  char *mean = given(dib(2, 2, {100, 101, 1, 2, 102, 103, 3, 4})), *fraction = given(dib(2, 2, {128, 0, 0, 0, 0, 0, 9, 9}));
-  ImageBox_Variance(chars(sample), 1, &mean, &mean);
+  char* mean = given(dib(2, 3, {100, 101, 1, 2, 102, 103, 3, 4, 110, 111, 5, 6}));
+  char* fraction = given(dib(2, 3, {128, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+  EXPECT_EQ(ImageBox_Mix_Images(chars(sample), 1, &mean, &fraction), 0);
+  EXPECT_EQ(DIBWidth(mean) * 10 + DIBHeight(mean), 53);
+  EXPECT_EQ(mean[40 + 4 * 200] & 255, 200);
+  EXPECT_EQ(fraction[40 + 4 * 200 + 3] & 255, 255);
+  EXPECT_THAT(taken(mean, 24), ElementsAre(55, 60, 142, 147, 152, 255, 255, 255, 182, 183, 130, 130, 255, 255, 255, 255,
+                                           255, 255, 255, 255, 255, 255, 255, 255));
+  EXPECT_THAT(taken(fraction, 24), ElementsAre(64, 128, 128, 128, 128, 255, 255, 255, 128, 0, 0, 128, 0, 255, 255, 255,
+                                               0, 0, 0, 0, 0, 255, 255, 255));
+  mean = fraction = nullptr;
+  EXPECT_EQ(ImageBox_Mix_Images(chars(sample), -1, &mean, &fraction), 0);
+  EXPECT_EQ(mean, nullptr);
+  EXPECT_EQ(ImageBox_Mix_Images(chars(sample), 0, &mean, &fraction), 0);
+  EXPECT_EQ(taken(mean, 8), (Bytes{10, 20, 30, 40, 50, 255, 255, 255}));
+  std::free(fraction);
+}
+
+TEST(Hrff, variance_of_unequal_size) {
+  Bytes sample = dib(5, 1, {10, 20, 30, 40, 50, 0, 0, 0}), mean_image = dib(2, 2, {100, 101, 1, 2, 102, 103, 3, 4});
+  char *mean = chars(mean_image), *none = nullptr, *variance = given(dib(2, 2, {8, 9, 0, 0, 10, 11, 0, 0}));
+  EXPECT_EQ(ImageBox_Variance(chars(sample), 3, &mean, &variance), 0);
+  EXPECT_EQ(DIBWidth(variance) * 10 + DIBHeight(variance), 52);
+  EXPECT_THAT(std::span(variance + 40 + 4 * 65, 4), ElementsAreArray({'\4', '\xFB', '\0', '\0'}));
+  EXPECT_THAT(taken(variance, 16), ElementsAre(28, 27, 183, 181, 178, 0, 0, 0, 46, 46, 191, 191, 191, 0, 0, 0));
+  variance = nullptr;
+  EXPECT_EQ(ImageBox_Variance(chars(sample), -1, &mean, &variance), 0);
+  EXPECT_EQ(variance, nullptr);
+  EXPECT_EQ(ImageBox_Variance(chars(sample), 0, &none, &variance), 0);
+  EXPECT_THAT(taken(variance, 8), ElementsAre(246, 236, 226, 216, 206, 0, 0, 0));
+}
+
+// A folder that is the working directory until the end of the test.
+class Hrff_files : public testing::Test {
+ protected:
+  void SetUp() override {
+    before_ = std::filesystem::current_path();
+    folder_ = std::filesystem::path(testing::TempDir()) / ("hrff" + std::to_string(getpid()));
+    std::filesystem::create_directory(folder_);
+    std::filesystem::current_path(folder_);
+  }
+  void TearDown() override {
+    std::filesystem::current_path(before_);
+    std::filesystem::remove_all(folder_);
+  }
+  std::filesystem::path before_, folder_;
+};
+
+TEST_F(Hrff_files, split_bitmap_files) {
+  Bytes image = dib(2, -2, {0, 0, 0, 1, 11, 1, 99, 98, 10, 10, 10, 0, 0, 12, 97, 96});
+  image[14] = 24;
+  image.erase(image.begin() + 40, image.begin() + 1064);
+  EXPECT_EQ(SplitBitmap(chars(image)), 0);
+  const Bytes colour = {0, 0, 0, 1, 11, 1, 99, 98, 10, 10, 10, 0, 0, 0, 0, 0};
+  const Bytes bilevel = {0, 0, 0, 255, 255, 255, 255, 255, 255, 0, 0, 0, 0, 0, 0, 0};
+  for (const auto& [name, pixels] : {std::pair("Color.bmp", &colour), {"BW.bmp", &bilevel}}) {
+    const Bytes file = content(name);
+    ASSERT_EQ(file.size(), 70u) << name;
+    EXPECT_THAT(Bytes(file.begin() + 54, file.end()), ElementsAreArray(*pixels)) << name;
+    std::filesystem::remove(name);
+  }
+  image[14] = 8;
+  EXPECT_EQ(SplitBitmap(chars(image)), 0);
+  EXPECT_EQ(SplitBitmap(nullptr), 0);
+  EXPECT_TRUE(std::filesystem::is_empty("."));
+}
+
+TEST_F(Hrff_files, the_font_comes_and_goes) {
+  char font[] = "font", none[] = "none", prefix[] = "p_";
+  Bytes sample = dib(4, 1, {1, 2, 3, 4}), other = dib(4, 1, {5, 6, 7, 8}), mask = dib(4, 1, {9, 9, 9, 9});
+  const Bytes first = sample;
+  EXPECT_EQ(ZelIMPAdd_Char('z', chars(sample)), 1);
+  EXPECT_EQ(ZelIMPAdd_Char(14, chars(other)), 2);
+  EXPECT_EQ(ZelIMPAdd_Mask(14, chars(mask)), 2);
+  EXPECT_EQ(ZelIMPAdd_Mask(15, chars(mask)), 0);
+  EXPECT_EQ(ZelIMPSaveFontFile(font), 0);
+  EXPECT_EQ(ZelIMPGetFontImages(prefix), 0);
+  for (const auto& [name, dib] : {std::pair("p_7AIMG.bmp", &first), {"p_EVAR.bmp", &mask}}) {
+    const Bytes file = content(name);
+    EXPECT_TRUE(file.size() == 1082 && std::equal(dib->begin(), dib->end(), file.begin() + 14)) << name;
+  }
+  EXPECT_EQ(ZelIMPUnloadAllRecognizers(), 1);
+  EXPECT_EQ(ActualFont.count, 0);
+  ImageBox_Init(4);
+  EXPECT_EQ(ZelIMPLoadRecognizer(none, 2), 0);
+  EXPECT_EQ(TYPE, 4u);
+  EXPECT_EQ(ZelIMPLoadRecognizer(font, 3), 2);
+  EXPECT_EQ(TYPE, 3u);
+  // By code after loading: 14 comes first. A mask larger than its slot is not written, nor is anything after it.
+  ActualFont.slots[0].variance[4] = 40;
+  for (const char* name : {"p_EIMG.bmp", "p_EVAR.bmp", "p_7AIMG.bmp"}) std::filesystem::remove(name);
+  EXPECT_EQ(ZelIMPGetFontImages(prefix), 0);
+  EXPECT_TRUE(std::filesystem::exists("p_EIMG.bmp"));
+  EXPECT_FALSE(std::filesystem::exists("p_EVAR.bmp") || std::filesystem::exists("p_7AIMG.bmp"));
+  ZelIMPUnloadAllRecognizers();
 }
 
 }  // namespace

@@ -22,7 +22,8 @@ inline Bytes bitmap_file(int width, int height, const Bytes& pixels) {
   return file;
 }
 
-// What to draw: digits from column left on, 50 apart, their lowest dots in row bottom of the picture.
+// What to draw: digits, blanks and, for ?, holes in all cells, from column left on, 50 apart, their lowest dots in row
+// bottom of the picture.
 struct PunchedLine {
   std::string_view digits = "0123456789";
   int left = 200, bottom = 210;
@@ -47,8 +48,8 @@ struct PunchedLine {
       }
     };
     for (std::size_t k = 0; k < digits.size(); ++k) {
-      for (int cell = 0; cell < 35 && digits[k] >= '0'; ++cell) {
-        if (MicroholesFont[(digits[k] - '0') * 35 + cell] == 0) continue;
+      for (int cell = 0; cell < 35; ++cell) {
+        if (digits[k] == ' ' || (digits[k] != '?' && MicroholesFont[(digits[k] - '0') * 35 + cell] == 0)) continue;
         dot(2 * (left + 50 * static_cast<int>(k)) + 5 + 13 * (cell % 5), 2 * bottom + 5 + 16 * (6 - cell / 5));
       }
     }

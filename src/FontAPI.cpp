@@ -187,7 +187,7 @@ std::array<std::uint8_t, 3> false_colour(unsigned i) {
   const auto rising = static_cast<std::uint8_t>(4 * i);
   const auto falling = static_cast<std::uint8_t>(255 - rising);
   const auto red = static_cast<std::uint8_t>(2 * i);
-  // KEPT: black where two ramps meet. Shown beside bright neighbours it marks the quarters: test font_clear_variance.
+  // KEPT: black where two ramps meet, which marks the quarters of the range: test font_clear_variance.
   if (i == 64 || i == 128) return {0, 0, 0};
   if (i < 64) return {0, rising, 0};
   if (i < 128) return {rising, falling, 0};
@@ -204,11 +204,7 @@ void clear_variance(FontSlot& slot) {
   const auto bytes = static_cast<std::uint64_t>(std::int64_t{facts->width} * facts->height * 2);
   std::ranges::fill(pixels.first(static_cast<std::size_t>(std::min<std::uint64_t>(bytes, pixels.size()))), 0);
   const std::size_t palette = std::min<std::size_t>(facts->palette_bytes, slot.size - facts->header_bytes);
-  for (unsigned i = 0; i < std::min<std::size_t>(palette / facts->entry_bytes, 256); ++i) {
-    std::uint8_t* const entry = slot.variance + facts->header_bytes + i * facts->entry_bytes;
-    std::fill_n(entry, facts->entry_bytes, std::uint8_t{0});
-    std::ranges::copy(false_colour(i), entry);
-  }
+  enter_false_colours({slot.variance + facts->header_bytes, palette}, facts->entry_bytes);
 }
 
 bool write(std::FILE* file, const FontSlot& slot) {
@@ -219,6 +215,15 @@ bool write(std::FILE* file, const FontSlot& slot) {
 }
 
 }  // namespace
+
+void enter_false_colours(std::span<std::uint8_t> palette, std::size_t entry_bytes) {
+  for (unsigned i = 0; i < std::min<std::size_t>(palette.size() / entry_bytes, 256); ++i) {
+    const std::span<std::uint8_t> entry = palette.subspan(i * entry_bytes, entry_bytes);
+    std::ranges::fill(entry, 0);
+    std::ranges::copy(false_colour(i), entry.begin());
+  }
+}
+
 }  // namespace zel
 
 using namespace zel;
@@ -257,7 +262,7 @@ int FontAPI::SaveFont(char* path) {
       if (slots[i].code == code && has_images(slots[i])) written = write(file.get(), slots[i]);
     }
   }
-  // KEPT: 0 whether or not the file could be written. Test font_file_order.
+  // KEPT: 0 whether or not the file could be written: test font_file_order.
   return 0;
 }
 

@@ -295,8 +295,8 @@ std::vector<DecodedHole> decode_holes(const GreyDib& image, std::span<const CHAR
 std::string spaced(std::span<const char> characters, std::span<const CHAR_BOX> boxes) {
   const auto n = static_cast<std::int64_t>(boxes.size());
   const auto left = [&](std::int64_t i) { return std::int64_t{boxes[static_cast<std::size_t>(i)].left}; };
-  // KEPT: the pitch of n boxes is a part in n of the n - 1 distances, too small, and so is the distance above which
-  // spaces are written: test spaces_by_pitch.
+  // KEPT: divided by the boxes, not by the distances between them, so that two to four characters that stand evenly are
+  // written with spaces: test spaces_by_pitch.
   const std::int64_t pitch = n > 1 ? (left(n - 1) - left(0)) / n : 0;
   std::string text;
   for (std::int64_t i = 0; i < n; ++i) {

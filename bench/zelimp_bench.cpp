@@ -13,6 +13,7 @@
 
 #include <ZelIMP.hpp>
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -30,11 +31,14 @@
 #include "kernels/flat_field.hpp"
 #include "kernels/g4_encode.hpp"
 #include "kernels/half_turn.hpp"
+#include "kernels/histogram.hpp"
+#include "kernels/ink_profile.hpp"
 #include "kernels/isolated_pixels.hpp"
 #include "kernels/quarter_turn.hpp"
 #include "kernels/rgb_to_grey.hpp"
 #include "kernels/rotate_nearest.hpp"
 #include "kernels/run_scan.hpp"
+#include "kernels/second_darkest.hpp"
 #include "kernels/shear.hpp"
 #include "pages.hpp"
 #include "support/punched_line.hpp"
@@ -172,6 +176,13 @@ void add_kernels() {
   add("quarter_turn_colour", kern::kQuarterTurn, colour, {text}, [](auto run, Work& w) {
     run(w.from(), MutableView(w.dst.data(), 3 * w.height, w.width / 3), 3, kern::Turn::clockwise);
   });
+  add("histogram", kern::kHistogram, grey, {text, large}, [](auto run, Work& w) {
+    std::array<std::uint32_t, 256> counts;
+    run(w.from(), counts);
+  });
+  add("ink_columns", kern::kInkColumns, grey, {text}, [](auto run, Work& w) { run(w.from(), 128, w.to().row(0)); });
+  add("second_darkest", kern::kSecondDarkest, grey, {text},
+      [](auto run, Work& w) { run(w.from(), w.to().part(0, 0, w.height - 3, w.width - 3)); });
   add("half_turn", kern::kHalfTurn, grey, {text, large},
       [](auto run, Work& w) { run(w.src, std::span(w.dst).first(w.src.size())); });
   const auto exchange = [](std::size_t samples) {

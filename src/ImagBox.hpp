@@ -21,6 +21,9 @@ struct BoxParameters {
 BoxParameters current_parameters();  // what the globals hold
 inline constexpr BoxParameters kMicroHoles = {29, 51, 33, 54, 5, 50, 10};
 
+// ImageBox_Normalize. density: percentage of the pixels that counts as ink.
+int normalise(const GreyDib& image, unsigned density);
+
 // A line of characters on an image, rows and columns as they lie in it.
 struct Line {
   int threshold;  // in force at the end; ink is below
@@ -46,6 +49,11 @@ struct Boxes {
 
 // ImageBox_Box.
 Boxes find_boxes(const GreyDib& image, const BoxParameters& parameters);
+
+// What MicroholesFont holds unless a host changes it.
+inline constexpr std::array<std::uint8_t, 350> kHoleDigits = {
+#include "hole_digits.inc"
+};
 
 // A box as decoded. The cells in the order of a glyph; cell_left, cell_row: column and row (as they lie) of the first
 // of the 4 x 4 pixels of each.

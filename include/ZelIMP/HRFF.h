@@ -71,10 +71,10 @@ ZELIMP_API int Get_RowPos(char* dib, int* top, int* bottom); /* ImageBox_Rows */
  * Returns 1; 0 for other images. */
 ZELIMP_API int ImageBox_Mirror(char* dib);
 
-/* Running means and deviations of uncompressed images whose sizes differ, n samples so far, modulo 2^32. New images of
- * the larger size, rows bottom-up, with the sample's header replace *mean and *fraction (its lower eight bits; its
- * colour table is all white), *variance, which are freed with free() and may be null: a missing pixel is white. Return 0; without
- * memory, for an n below 0 or a sample of another kind nothing is replaced. */
+/* Running means and deviations of uncompressed images whose sizes differ, n samples so far, modulo 2^32; a missing
+ * pixel is white. New images of the larger size, rows bottom-up, with the sample's header replace *mean and *fraction
+ * (the lower eight bits of the mean; its colour table is all white), *variance. These may be null and are freed with
+ * free(). Return 0; without memory, for an n below 0 or a sample of another kind nothing is replaced. */
 ZELIMP_API int ImageBox_Mix_Images(char* sample, int n, char** mean, char** fraction);
 ZELIMP_API int ImageBox_Variance(char* sample, int n, char** mean, char** variance);
 

@@ -22,9 +22,9 @@ ZELIMP_C_BEGIN
  * "?"; 0 does not say that the faces agree. */
 ZELIMP_API int ZelIMPValidateMH(unsigned char* front, unsigned char* rear, char* result);
 
-/* The same for one DIB at columns 146 to 665 and rows 175 to 264. *side: not 0 for the rear, which is mirrored. Returns
- * 0; 1 and "Error Decoding Front" or "Error Decoding Rear\n"; 2 and "Error reading the image\n" for a null dib. result:
- * 128 bytes. */
+/* The same for one DIB at columns 146 to 665 and rows 175 to 264. *side: not 0 for the rear, which is mirrored (null:
+ * front). Returns 0; 1 and "Error Decoding Front" or "Error Decoding Rear\n"; 2 and "Error reading the image\n" for a
+ * null dib. result: 128 bytes. */
 ZELIMP_API int ZelIMPDecodeMH(char* dib, char* result, unsigned char* side);
 
 /* ActualFont's operations of <ZelIMP/FontAPI.h>. LoadRecognizer: LoadFont and, if it loaded something, ImageBox_Init;

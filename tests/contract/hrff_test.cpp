@@ -176,7 +176,7 @@ Bytes content(const char* bitmap, std::size_t from) {
 
 // In a working directory of its own.
 TEST(Hrff, split_bitmap_files_and_the_font_comes_and_goes) {
-  const fs::path before = fs::current_path(), folder = fs::temp_directory_path() / ("hrff" + std::to_string(getpid()));
+  const fs::path folder = fs::temp_directory_path() / ("hrff" + std::to_string(getpid()));
   fs::create_directory(folder);
   fs::current_path(folder);
 
@@ -204,7 +204,7 @@ TEST(Hrff, split_bitmap_files_and_the_font_comes_and_goes) {
   for (const char* name : {"p_EIMG.bmp", "p_EVAR.bmp", "p_7AIMG.bmp"}) fs::remove(name);
   EXPECT_EQ(ZelIMPGetFontImages(prefix), 0);
   EXPECT_TRUE(fs::exists("p_EIMG.bmp") && !fs::exists("p_EVAR.bmp") && !fs::exists("p_7AIMG.bmp"));
-  fs::current_path(before);
+  fs::current_path(fs::temp_directory_path());
   fs::remove_all(folder);
 }
 

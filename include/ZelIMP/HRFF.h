@@ -22,9 +22,9 @@ ZELIMP_C_BEGIN
  * "?"; 0 does not say that the faces agree. */
 ZELIMP_API int ZelIMPValidateMH(unsigned char* front, unsigned char* rear, char* result);
 
-/* The same for one DIB at columns 146 to 665 and rows 175 to 264. *side: not 0 for the rear, which is mirrored. Returns
- * 0; 1 and "Error Decoding Front" or "Error Decoding Rear\n"; 2 and "Error reading the image\n" for a null dib. result:
- * 128 bytes. */
+/* The same for one DIB at columns 146 to 665 and rows 175 to 264. *side: not 0 for the rear, which is mirrored (null:
+ * front). Returns 0; 1 and "Error Decoding Front" or "Error Decoding Rear\n"; 2 and "Error reading the image\n" for a
+ * null dib. result: 128 bytes. */
 ZELIMP_API int ZelIMPDecodeMH(char* dib, char* result, unsigned char* side);
 
 /* ActualFont's operations of <ZelIMP/FontAPI.h>. LoadRecognizer: LoadFont and, if it loaded something, ImageBox_Init;
@@ -71,10 +71,10 @@ ZELIMP_API int Get_RowPos(char* dib, int* top, int* bottom); /* ImageBox_Rows */
  * Returns 1; 0 for other images. */
 ZELIMP_API int ImageBox_Mirror(char* dib);
 
-/* Running means and deviations of uncompressed images whose sizes differ, n samples so far, modulo 2^32. New images of
- * the larger size, rows bottom-up, with the sample's header replace *mean and *fraction (its lower eight bits; its
- * colour table is all white), *variance, which are freed with free() and may be null: a missing pixel is white. Return 0; without
- * memory, for an n below 0 or a sample of another kind nothing is replaced. */
+/* Running means and deviations of uncompressed images whose sizes differ, n samples so far, modulo 2^32; a missing
+ * pixel is white. New images of the larger size, rows bottom-up, with the sample's header replace *mean and *fraction
+ * (the lower eight bits of the mean; its colour table is all white), *variance. These may be null and are freed with
+ * free(). Return 0; without memory, for an n below 0 or a sample of another kind nothing is replaced. */
 ZELIMP_API int ImageBox_Mix_Images(char* sample, int n, char** mean, char** fraction);
 ZELIMP_API int ImageBox_Variance(char* sample, int n, char** mean, char** variance);
 

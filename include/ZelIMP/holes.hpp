@@ -39,8 +39,8 @@ struct HoleFace {
   std::vector<HoleCharacter> characters;
 };
 
-// Where the line is looked for: pixels from the left and, as the documents are specified, from the bottom of the
-// picture to the zone's lowest row. In an image whose rows are stored top to bottom it is taken one row lower, its
+// Where the line is looked for: pixels from the left and, as forms are measured, from the bottom of the picture to the
+// zone's lowest row. In an image whose rows are stored top to bottom it is taken one row lower, its
 // height is from 3 to 128, and bottom is not below height. The zones of ZelIMPValidateMH and ZelIMPDecodeMH.
 struct HoleZone {
   std::uint32_t left = 0;

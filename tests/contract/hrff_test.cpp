@@ -140,9 +140,9 @@ TEST(Hrff, equalize_stretches_stored_values) {
 }
 
 TEST(Hrff, convolution_is_the_geometric_mean) {
-  Bytes a = dib(3, 2, {0, 255, 10, 99, 2, 7, 200, 99}), b = dib(5, 1, {9, 255, 20, 1, 1, 99, 99, 99});
+  Bytes a = dib(3, 2, {0, 255, 10, 99, 2, 7, 200, 99}), b = dib(5, 1, {9, 255, 25, 1, 1, 99, 99, 99});
   const std::unique_ptr<unsigned char, decltype(&std::free)> both(Convolute_images(chars(a), chars(b)), std::free);
-  EXPECT_EQ(Bytes(both.get(), both.get() + a.size() - 4), dib(3, 1, {0, 255, 14, 0}));
+  EXPECT_EQ(Bytes(both.get(), both.get() + a.size() - 4), dib(3, 1, {0, 255, 16, 0}));
 }
 
 TEST(Hrff, mix_images_of_unequal_size_and_variance_of_unequal_size) {
@@ -176,7 +176,7 @@ Bytes content(const char* bitmap, std::size_t from) {
 
 // In a working directory of its own.
 TEST(Hrff, split_bitmap_files_and_the_font_comes_and_goes) {
-  const fs::path before = fs::current_path(), folder = fs::temp_directory_path() / ("hrff" + std::to_string(getpid()));
+  const fs::path folder = fs::temp_directory_path() / ("hrff" + std::to_string(getpid()));
   fs::create_directory(folder);
   fs::current_path(folder);
 
@@ -204,7 +204,7 @@ TEST(Hrff, split_bitmap_files_and_the_font_comes_and_goes) {
   for (const char* name : {"p_EIMG.bmp", "p_EVAR.bmp", "p_7AIMG.bmp"}) fs::remove(name);
   EXPECT_EQ(ZelIMPGetFontImages(prefix), 0);
   EXPECT_TRUE(fs::exists("p_EIMG.bmp") && !fs::exists("p_EVAR.bmp") && !fs::exists("p_7AIMG.bmp"));
-  fs::current_path(before);
+  fs::current_path(fs::temp_directory_path());
   fs::remove_all(folder);
 }
 

@@ -115,15 +115,17 @@ Picture samples_of(Pix* pix, bool colour) {
 }  // namespace
 
 Picture read_picture(const std::string& path, bool colour) {
-  const Bytes bytes = read_file(path);
+  return decode_picture(input_name(path), read_file(path), colour);
+}
+
+Picture decode_picture(const std::string& name, std::span<const std::byte> file, bool colour) {
   const Silence silence;
-  check_picture(input_name(path), bytes);
-  PixPtr pix(pixReadMem(leptonica_bytes(bytes), bytes.size()));
+  check_picture(name, file);
+  PixPtr pix(pixReadMem(leptonica_bytes(file), file.size()));
   if (pix) pix.reset(pixRemoveAlpha(pix.get()));
-  if (!pix)
-    throw Failure(Exit::malformed, input_name(path) + ": the picture is damaged or of a kind that cannot be read");
+  if (!pix) throw Failure(Exit::malformed, name + ": the picture is damaged or of a kind that cannot be read");
   pix.reset(colour ? pixConvertTo32(pix.get()) : pixConvertTo8(pix.get(), 0));
-  if (!pix) throw Failure(Exit::unsupported, input_name(path) + ": the picture's kind of pixels is not supported");
+  if (!pix) throw Failure(Exit::unsupported, name + ": the picture's kind of pixels is not supported");
   return samples_of(pix.get(), colour);
 }
 

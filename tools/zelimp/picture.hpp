@@ -22,6 +22,8 @@ struct Picture {
 
 // Reads a PNG, JPEG, TIFF or PNM file as grey or colour. Throws Failure.
 Picture read_picture(const std::string& path, bool colour);
+// The same of a file that was read; name is for messages.
+Picture decode_picture(const std::string& name, std::span<const std::byte> file, bool colour);
 
 // What was made of a scan, an image file (also a bitmap), as PNG. Throws Failure.
 Bytes as_png(const std::string& scan_name, std::span<const std::byte> file);

@@ -21,6 +21,9 @@ struct BoxParameters {
 BoxParameters current_parameters();  // what the globals hold
 inline constexpr BoxParameters kMicroHoles = {29, 51, 33, 54, 5, 50, 10};
 
+// ImageBox_Normalize. density: percentage of the pixels that counts as ink.
+int normalise(const GreyDib& image, unsigned density);
+
 // A line of characters on an image, rows and columns as they lie in it.
 struct Line {
   int threshold;  // in force at the end; ink is below

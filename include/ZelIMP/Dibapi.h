@@ -35,8 +35,8 @@ ZELIMP_API int CreateDIBPalette(void* dib, tagLOGPALETTE* palette);
 // with a 40-byte header gets its image size entered.
 ZELIMP_API int ImageBox_SaveDataToFile(char* path, char* dib);
 
-// Reads a bitmap file and returns its DIB, which the caller frees with free(); null when it cannot be read or does not
-// begin with "BM". Nothing else about it is checked.
+// Reads a bitmap file, which is a regular one, and returns its DIB, which the caller frees with free(); null when it
+// cannot be read or does not begin with "BM". Nothing else about it is checked.
 ZELIMP_API char* ImageBox_ReadImageFromFile(char* path);
 
 // The same into GetImage. Returns 1, or 0; a file that ends early leaves GetImage null, one that is no bitmap file

@@ -7,7 +7,7 @@
 
 #pragma pack(push, 1)
 
-// One template: the mean of its samples, and their deviation or a mask. Both are 8-bit DIBs of size bytes.
+// One template: the mean of its samples, and their deviation or a mask. Both are 8-bit DIBs in blocks of size bytes.
 struct FontSlot {
   unsigned char* image;     // owned, released by UnloadFont(); null: the slot has no images
   unsigned char* variance;  // owned likewise
@@ -29,12 +29,13 @@ class ZELIMP_API FontAPI {
 
   // Replaces the slots by the records of a file, at most 128, and frees the images before. Returns their number. A
   // record: width, height, code, samples (16 bits), size, image, variance, little-endian. A file that ends within a
-  // record gives those before it. 0, and count as it was, while all slots are empty: a file that cannot be opened, a
-  // record without width or height, no memory.
+  // record gives those before it; a record whose image says that it is larger than size comes without images. 0, while
+  // count stays as it was: a file that cannot be opened, which leaves all slots empty; a record without width or
+  // height, or no memory, which leaves the records before it.
   int LoadFont(char* path);
 
-  // Writes the slots with codes 1 to 127, in the order of the codes, as such records. Slots without images are left
-  // out. Returns 0, whether or not it worked.
+  // Writes the slots with codes 1 to 127, in the order of the codes and then of the slots, as such records. Slots
+  // without images are left out. Returns 0, whether or not it worked.
   int SaveFont(char* path);
 
   // Frees all images and empties the store. A GetImage that was one of them becomes null. Returns 0.
@@ -46,23 +47,26 @@ class ZELIMP_API FontAPI {
   int Set_Char_Info(int index, int code);
   int Delete_Char(int index);  // clears code and samples
 
-  // Adds a sample, an 8-bit DIB, to the first slot with this code: mean, then variance, then samples. A new code takes
-  // the next slot, with the sample as mean and zeros as variance: the sample's pixels are cleared on the way. Returns
-  // the slot's index + 1; 0 without memory, with 128 slots in use, or for a slot without images.
+  // Adds a sample, an 8-bit DIB with rows bottom-up, to the first slot with this code: mean, then variance, then
+  // samples, which wraps. A new code takes the next slot, with the sample as mean and zeros as variance: the sample's
+  // pixels are cleared on the way. Returns the slot's index + 1; 0 without memory, with 128 slots in use, or for a slot
+  // without images.
   int Add_Char(int code, char* dib);
 
   // Puts a mask in the place of the variance of the first slot with this code and counts a sample. Only as much is
   // copied as the slot has room for. Returns the slot's index + 1, or 0.
   int Add_Mask(int code, char* dib);
 
-  // Over the pixels that both have: mean = (mean * n + sample) / (n + 1), toward zero. Returns 0.
+  // mean = (mean * n + sample) / (n + 1), toward zero, over the columns and rows that both have, counted from the lower
+  // left corner. Nothing for rows top to bottom, and for n below 0. Returns 0.
   int Mix_Images_average(unsigned char* mean, unsigned char* sample, int n);
 
-  // Over the same pixels: variance = (n * variance + |mean - sample|) modulo 256 / (n + 1). Returns 0.
+  // variance = (n * variance + |mean - sample|) modulo 256 / (n + 1), over the same pixels. Rows of variance lie as far
+  // apart as those of mean; what would lie beyond it is left out. Returns 0.
   int Variance(unsigned char* mean, unsigned char* sample, unsigned char* variance, int n);
 
-  // Clears the variance of every slot that has samples, gives it a palette of false colours and sets samples to 1.
-  // Returns 1.
+  // Clears the variance of every slot that has samples, gives it a palette of false colours (black, green, blue, red)
+  // and sets samples to 1. Of an image one pixel wide only the lower half is cleared. Returns 1.
   int Clear_Variance();
 
   FontSlot slots[128];

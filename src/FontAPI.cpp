@@ -204,11 +204,7 @@ void clear_variance(FontSlot& slot) {
   const auto bytes = static_cast<std::uint64_t>(std::int64_t{facts->width} * facts->height * 2);
   std::ranges::fill(pixels.first(static_cast<std::size_t>(std::min<std::uint64_t>(bytes, pixels.size()))), 0);
   const std::size_t palette = std::min<std::size_t>(facts->palette_bytes, slot.size - facts->header_bytes);
-  for (unsigned i = 0; i < std::min<std::size_t>(palette / facts->entry_bytes, 256); ++i) {
-    std::uint8_t* const entry = slot.variance + facts->header_bytes + i * facts->entry_bytes;
-    std::fill_n(entry, facts->entry_bytes, std::uint8_t{0});
-    std::ranges::copy(false_colour(i), entry);
-  }
+  enter_false_colours({slot.variance + facts->header_bytes, palette}, facts->entry_bytes);
 }
 
 bool write(std::FILE* file, const FontSlot& slot) {
@@ -219,6 +215,15 @@ bool write(std::FILE* file, const FontSlot& slot) {
 }
 
 }  // namespace
+
+void enter_false_colours(std::span<std::uint8_t> palette, std::size_t entry_bytes) {
+  for (unsigned i = 0; i < std::min<std::size_t>(palette.size() / entry_bytes, 256); ++i) {
+    const std::span<std::uint8_t> entry = palette.subspan(i * entry_bytes, entry_bytes);
+    std::ranges::fill(entry, 0);
+    std::ranges::copy(false_colour(i), entry.begin());
+  }
+}
+
 }  // namespace zel
 
 using namespace zel;

@@ -46,4 +46,7 @@ void train_mean(MutableView mean, ConstView sample, std::uint32_t n);
 // from the first pixel on, rows as far apart as those of the mean; pixels beyond its end are left out.
 void train_variance(ConstView mean, ConstView sample, std::span<std::uint8_t> variance, std::uint32_t n);
 
+// The colour table that shows deviations.
+void enter_false_colours(std::span<std::uint8_t> palette, std::size_t entry_bytes);
+
 }  // namespace zel

@@ -50,6 +50,11 @@ struct Boxes {
 // ImageBox_Box.
 Boxes find_boxes(const GreyDib& image, const BoxParameters& parameters);
 
+// What MicroholesFont holds unless a host changes it.
+inline constexpr std::array<std::uint8_t, 350> kHoleDigits = {
+#include "hole_digits.inc"
+};
+
 // A box as decoded. The cells in the order of a glyph; cell_left, cell_row: column and row (as they lie) of the first
 // of the 4 x 4 pixels of each.
 struct DecodedHole {

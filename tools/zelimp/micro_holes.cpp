@@ -19,8 +19,9 @@ constexpr std::size_t kCells = kCellColumns * kCellRows;
 constexpr double kColumnPitch = 6.5;
 constexpr double kRowPitch = 8;
 constexpr double kRadius = 2.5;
-constexpr std::uint32_t kDot = 5;         // pixels across
-constexpr std::uint32_t kCharacter = 50;  // from one character to the next
+constexpr std::uint32_t kDot = 5;  // pixels across
+constexpr std::uint32_t kCharacterPitch = 50;
+constexpr std::uint32_t kCharacterWidth = 31;
 constexpr std::uint32_t kLineHeight = 53;
 constexpr std::uint32_t kSlack = 3;        // of the sheet around the line
 constexpr std::uint32_t kBlankAround = 6;  // the rear face is read up to 5 pixels beside its place
@@ -37,13 +38,16 @@ struct Area {
 class Random {
  public:
   enum class Purpose : std::uint64_t { jitter = 1, missing, extra, front_noise, rear_noise };
-  Random(std::uint32_t seed, Purpose purpose) : bits_(static_cast<std::uint64_t>(purpose) << 32 | seed) {}
+  Random(std::uint32_t seed, Purpose purpose) : bits_(static_cast<std::uint64_t>(purpose) << 32 | seed) {
+    bits_.discard(8);  // until the seeds lie far apart
+  }
 
   std::uint32_t below(std::uint32_t end) { return static_cast<std::uint32_t>((bits_() >> 32) * end >> 32); }
   double around_zero(double most) { return most * (static_cast<double>(bits_() >> 32) - 2147483648.0) / 2147483648.0; }
 
  private:
-  std::mt19937_64 bits_;
+  // Faster than the Mersenne twister, which matters for the noise; only its upper bits are used.
+  std::linear_congruential_engine<std::uint64_t, 6364136223846793005u, 1442695040888963407u, 0> bits_;
 };
 
 // Changes that many cells from one value to the other, or as many as there are.
@@ -78,7 +82,7 @@ std::vector<Dot> dots_of(const HoleSettings& settings) {
       const double down = jitter.around_zero(settings.jitter);
       if (digit[k] ? !lacking[k] : !exceeding[k]) continue;
       dots.push_back(
-          {static_cast<double>(i) * kCharacter + static_cast<double>(k % kCellColumns) * kColumnPitch + right,
+          {static_cast<double>(i) * kCharacterPitch + static_cast<double>(k % kCellColumns) * kColumnPitch + right,
            static_cast<double>(k / kCellColumns) * kRowPitch + down});
     }
   }
@@ -108,9 +112,11 @@ void scale_levels(Picture& face, std::uint8_t paper) {
     std::array<std::size_t, 256> histogram{};
     for (std::size_t i = plane; i < face.samples.size(); i += face.planes) ++histogram[face.samples[i]];
     const auto own = std::max<std::ptrdiff_t>(std::ranges::max_element(histogram) - histogram.begin(), 1);
-    for (std::size_t i = plane; i < face.samples.size(); i += face.planes) {
-      face.samples[i] = rounded(static_cast<double>(face.samples[i]) * paper / static_cast<double>(own));
+    std::array<std::uint8_t, 256> brought{};
+    for (std::size_t level = 0; level < brought.size(); ++level) {
+      brought[level] = rounded(static_cast<double>(level) * paper / static_cast<double>(own));
     }
+    for (std::size_t i = plane; i < face.samples.size(); i += face.planes) face.samples[i] = brought[face.samples[i]];
   }
 }
 
@@ -158,7 +164,7 @@ void add_noise(Picture& face, std::uint32_t most, Random random) {
 // The line's place in the image of the front face.
 zelimp::Box place_line(const std::array<Picture, 2>& faces, const Bedding& bedding, std::size_t digits) {
   const Area zone = common_zone(bedding.height);
-  const auto width = static_cast<std::int64_t>((digits - 1) * kCharacter + (kCellColumns - 1) * kColumnPitch + kDot);
+  const auto width = static_cast<std::int64_t>((digits - 1) * kCharacterPitch + kCharacterWidth);
   const Area line{zone.left + (zone.right - zone.left - width) / 2,
                   zone.top + (zone.bottom - zone.top - kLineHeight) / 2, 0, 0};
   const std::int64_t left = line.left - bedding.faces[0].left;

@@ -14,7 +14,7 @@ namespace tool {
 constexpr std::size_t kMostHoleDigits = 10;  // a longer line is wider than what both reading zones have in common
 
 struct HoleSettings {
-  std::string digits;             // 1 to kMostHoleDigits
+  std::string digits = {};        // 1 to kMostHoleDigits
   std::uint8_t paper = 220;       // grey level that the faces are brought to
   std::uint32_t paper_noise = 0;  // grey levels by which samples vary at most, evenly
   std::uint8_t hole = 20;         // grey level of the holes

@@ -3,6 +3,7 @@
 // Every row has the counters ns_pixel, GB_s (bytes of the source) and x_memcpy: its time in copies of the same bytes,
 // measured immediately before. They are medians of processor time, so that little of what else the machine does counts.
 
+#include <ZelIMP/HRFF.h>
 #include <ZelIMP/ZelIMP_pipeline.h>
 #include <benchmark/benchmark.h>
 #include <malloc.h>
@@ -10,6 +11,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <ZelIMP.hpp>
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -18,7 +20,6 @@
 #include <iostream>
 #include <string>
 
-#include "../tests/support/tiff_builder.hpp"
 #include "base/maths.hpp"
 #include "kernels/bit_pack.hpp"
 #include "kernels/border_trace.hpp"
@@ -36,6 +37,7 @@
 #include "kernels/run_scan.hpp"
 #include "kernels/shear.hpp"
 #include "pages.hpp"
+#include "support/punched_line.hpp"
 
 namespace zel::bench {
 namespace {
@@ -276,6 +278,37 @@ void add_pipeline() {
   })->Iterations(1);
 }
 
+// The line of micro-holes on both faces of a cheque.
+void add_holes() {
+  const auto add_reader = [](const std::string& name, auto read) {
+    benchmark::RegisterBenchmark((name + "/cheque").c_str(),
+                                 [read](benchmark::State& state) {
+                                   const test::PunchedLine line = {.digits = "123456789", .rear = true};
+                                   const Bytes front = test::PunchedLine{.digits = line.digits}.file(),
+                                               rear = line.file();
+                                   Page both = {"cheque", static_cast<std::size_t>(line.width),
+                                                2 * static_cast<std::size_t>(line.height), front};
+                                   both.grey.insert(both.grey.end(), rear.begin(), rear.end());
+                                   Bytes copy(both.grey.size()), front_copy = front, rear_copy;
+                                   measure(
+                                       state, both, both.grey, copy, [&] { rear_copy = rear; },
+                                       [&] {
+                                         if (read(front_copy, rear_copy) != line.digits) std::abort();
+                                       });
+                                 })
+        ->UseManualTime()
+        ->Unit(benchmark::kMillisecond);
+  };
+  add_reader("ZelIMPValidateMH", [](Bytes& front, Bytes& rear) {
+    char result[272];
+    ZelIMPValidateMH(front.data(), rear.data(), result);
+    return std::string(result);
+  });
+  add_reader("read_micro_holes", [](const Bytes& front, const Bytes& rear) {
+    return zelimp::read_micro_holes(std::as_bytes(std::span(front)), std::as_bytes(std::span(rear))).text;
+  });
+}
+
 }  // namespace
 }  // namespace zel::bench
 
@@ -283,6 +316,7 @@ int main(int argc, char** argv) {
   zel::bench::add_kernels();
   zel::bench::add_geometry();
   zel::bench::add_pipeline();
+  zel::bench::add_holes();
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   benchmark::RunSpecifiedBenchmarks();

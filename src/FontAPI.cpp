@@ -187,7 +187,7 @@ std::array<std::uint8_t, 3> false_colour(unsigned i) {
   const auto rising = static_cast<std::uint8_t>(4 * i);
   const auto falling = static_cast<std::uint8_t>(255 - rising);
   const auto red = static_cast<std::uint8_t>(2 * i);
-  // KEPT: black where two ramps meet. Shown beside bright neighbours it marks the quarters: test font_clear_variance.
+  // KEPT: black where two ramps meet, which marks the quarters of the range: test font_clear_variance.
   if (i == 64 || i == 128) return {0, 0, 0};
   if (i < 64) return {0, rising, 0};
   if (i < 128) return {rising, falling, 0};
@@ -262,7 +262,7 @@ int FontAPI::SaveFont(char* path) {
       if (slots[i].code == code && has_images(slots[i])) written = write(file.get(), slots[i]);
     }
   }
-  // KEPT: 0 whether or not the file could be written. Test font_file_order.
+  // KEPT: 0 whether or not the file could be written: test font_file_order.
   return 0;
 }
 

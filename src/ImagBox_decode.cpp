@@ -20,6 +20,7 @@ unsigned char MicroholesFont[350] = {
 namespace zel {
 namespace {
 
+constexpr int kMostBoxes = 128;
 constexpr std::int64_t kMostText = 127;  // characters of a text
 constexpr char kUnknown = '?';
 
@@ -318,7 +319,7 @@ char decode_by_font(ConstView image, const CHAR_BOX& box, std::span<const FontSl
 }
 
 std::span<const CHAR_BOX> current_boxes() {
-  return std::span(box_char).first(static_cast<std::size_t>(std::clamp(num_box, 0, 128)));
+  return std::span(box_char).first(static_cast<std::size_t>(std::clamp(num_box, 0, kMostBoxes)));
 }
 
 void write_text(char* text, const std::string& content) {
@@ -339,7 +340,7 @@ int ImageBox_Decode_holes(char* dib, char* text) try {
     for (const DecodedHole& hole : decode_holes(*image, boxes, MicroholesFont)) characters.push_back(hole.character);
   }
   write_text(text, spaced(characters, boxes));
-  return static_cast<int>(boxes.size());
+  return image ? std::min(num_box, kMostBoxes) : 0;
 } catch (const std::bad_alloc&) {
   return 0;
 }

@@ -30,7 +30,7 @@ struct PunchedLine {
   bool rear = false;      // as ImageBox_Mirror makes it readable
   bool top_down = false;  // rows top to bottom; a rear face upside down
   int width = 1400, height = 620;
-  int paper = 200, ink = 40;  // grey levels, noise of up to 15 above
+  int paper = 200, ink = 40;  // the darkest grey levels: of 16, and of two fifths of the contrast
 
   Bytes file() const {
     const int stride = (width + 3) / 4 * 4;
@@ -43,14 +43,15 @@ struct PunchedLine {
           if ((2 * c - x) * (2 * c - x) + (2 * r - y) * (2 * r - y) > 25 || c < 1 || c >= width) continue;
           const int row = top_down != (top_down && rear) ? height - 1 - r : r;
           const int column = rear && !top_down ? stride - c : c;
-          pixels[static_cast<std::size_t>(row * stride + column)] = static_cast<std::uint8_t>(ink);
+          pixels[static_cast<std::size_t>(row * stride + column)] = static_cast<std::uint8_t>(
+              ink + static_cast<int>(random.below(1 + 2 * static_cast<std::size_t>(paper - ink) / 5)));
         }
       }
     };
     for (std::size_t k = 0; k < digits.size(); ++k) {
       for (int cell = 0; cell < 35; ++cell) {
         if (digits[k] == ' ' || (digits[k] != '?' && MicroholesFont[(digits[k] - '0') * 35 + cell] == 0)) continue;
-        dot(2 * (left + 50 * static_cast<int>(k)) + 5 + 13 * (cell % 5), 2 * bottom + 5 + 16 * (6 - cell / 5));
+        dot(2 * (left + 50 * static_cast<int>(k)) + 4 + 13 * (cell % 5), 2 * bottom + 4 + 16 * (6 - cell / 5));
       }
     }
     return bitmap_file(width, top_down ? -height : height, pixels);

@@ -3,9 +3,11 @@
 #include <ZelIMP.h>
 #include <algorithm>
 #include <array>
+#include <string>
 #include <string_view>
 
 #include "bitmap.hpp"
+#include "exit_code.hpp"
 #include "holes_report.hpp"
 #include "picture.hpp"
 
@@ -36,6 +38,9 @@ class Canvas {
       : left_(zone.left - std::min(zone.left, kAround)), top_(zone.top - std::min(zone.top, kAround)) {
     const std::uint32_t columns = std::min(zone.left + zone.width + kAround, face.width) - left_;
     rows_ = std::min(zone.top + zone.height + kAround, face.height) - top_;
+    if (std::uint64_t{columns} * rows_ > zelimp::Limits{}.max_pixels / (kScale * kScale * 2)) {
+      throw Failure(Exit::over_limit, "the zone is too large for an overlay");
+    }
     picture_ = {columns * kScale, rows_ * kScale + kBand, 3, {}};
     picture_.samples.assign(std::size_t{picture_.width} * picture_.height * 3, 255);
     for (std::uint32_t y = 0; y < rows_; ++y) {
@@ -70,6 +75,18 @@ class Canvas {
     }
   }
 
+  // At the left end of the band.
+  void label(const std::string& text) {
+    const Picture line = text_line(text);
+    const std::uint32_t first_row = rows_ * kScale + (kBand - std::min(line.height, kBand)) / 2;
+    for (std::uint32_t y = 0; y < line.height; ++y) {
+      for (std::uint32_t x = 0; x < line.width; ++x) {
+        const std::uint8_t level = line.samples[std::size_t{y} * line.width + x];
+        if (level < 255) fill(picture_, {kGap + x, first_row + y, 1, 1}, {level, level, level});
+      }
+    }
+  }
+
   Picture take() { return std::move(picture_); }
 
  private:
@@ -93,6 +110,8 @@ Picture draw_face(std::span<const std::byte> bitmap, bool rear, const zelimp::Ho
   canvas.frame(face.zone, kLine, kZoneColour);
   canvas.frame(face.line, kLine, kLineColour);
   for (const zelimp::HoleCharacter& character : face.characters) draw_character(canvas, character);
+  const std::string name = rear ? "rear" : "front";
+  canvas.label(face.read ? name : name + " " + reason_sentence(face));
   return canvas.take();
 }
 

@@ -83,14 +83,13 @@ ordered_json face_facts(const char* name, const std::string& input, const zelimp
           {"characters", characters}};
 }
 
-std::string face_sentence(const zelimp::HoleFace& face) {
-  if (!face.read) return std::string("not read: ") + names_of(face.reason).sentence;
-  std::string text = face.text;
+std::string face_text(const char* name, const zelimp::HoleFace& face) {
+  std::string text = name + std::string(": ") + (face.read ? face.text : reason_sentence(face)) + "\n";
   for (std::size_t i = 0; i < face.characters.size(); ++i) {
     const zelimp::HoleCharacter& character = face.characters[i];
     if (character.character != '?') continue;
-    text += "; character " + std::to_string(i + 1) + " is nearest to " + nearest_digit(character) + ", from which " +
-            std::to_string(differing_cells(character).size()) + " cells differ";
+    text += "  character " + std::to_string(i + 1) + ": nearest to " + nearest_digit(character) + ", " +
+            std::to_string(differing_cells(character).size()) + " cells differ\n";
   }
   return text;
 }
@@ -116,6 +115,10 @@ std::vector<std::size_t> differing_cells(const zelimp::HoleCharacter& character)
   return cells_unlike(character, nearest_digit(character));
 }
 
+std::string reason_sentence(const zelimp::HoleFace& face) {
+  return (face.read ? "" : "not read, ") + std::string(names_of(face.reason).sentence);
+}
+
 std::string as_json(const HolesRead& read) {
   const std::optional<std::string> text = common_text(read);
   ordered_json faces = {face_facts("front", read.front, read.holes.front)};
@@ -133,9 +136,8 @@ std::string as_json(const HolesRead& read) {
 }
 
 std::string as_text(const HolesRead& read) {
-  const std::string text = "text: " + common_text(read).value_or("none that all faces give") +
-                           "\nfront: " + face_sentence(read.holes.front) + "\n";
-  return read.rear.empty() ? text : text + "rear: " + face_sentence(read.holes.rear) + "\n";
+  const std::string text = "text: " + common_text(read).value_or("none that all faces give") + "\n";
+  return text + face_text("front", read.holes.front) + (read.rear.empty() ? "" : face_text("rear", read.holes.rear));
 }
 
 }  // namespace tool

@@ -4,7 +4,6 @@
 #include <ZelIMP/holes.hpp>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace tool {
@@ -22,6 +21,9 @@ std::optional<std::string> common_text(const HolesRead& read);
 char nearest_digit(const zelimp::HoleCharacter& character);
 // In which cells it differs from that digit.
 std::vector<std::size_t> differing_cells(const zelimp::HoleCharacter& character);
+
+// Why a face was not read, or not all of it.
+std::string reason_sentence(const zelimp::HoleFace& face);
 
 std::string as_json(const HolesRead& read);
 std::string as_text(const HolesRead& read);

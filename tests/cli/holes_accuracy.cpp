@@ -57,6 +57,7 @@ std::vector<Set> all_sets() {
   };
   sets.push_back({"220 / 20, noise 10, jitter 0.5", harder(&HoleSettings::jitter, 0.5), kScattered});
   sets.push_back({"220 / 20, noise 10, jitter 1", harder(&HoleSettings::jitter, 1.0), kScattered});
+  sets.push_back({"220 / 20, noise 10, jitter 2", harder(&HoleSettings::jitter, 2.0)});
   sets.push_back({"220 / 20, noise 10, one hole missing", harder(&HoleSettings::missing, 1u)});
   sets.push_back({"220 / 20, noise 10, one hole too many", harder(&HoleSettings::extra, 1u)});
   return sets;
@@ -110,8 +111,9 @@ bool meets(const Set& set, const Counts& counts) {
 
 int run(const std::string& front, const std::string& rear, std::uint32_t lines) {
   const std::array<tool::Picture, 2> document{tool::read_picture(front, false), tool::read_picture(rear, false)};
-  std::cout << "| paper / holes | lines right | characters right | misread | unread |\n|---|---|---|---|---|\n"
-            << std::fixed << std::setprecision(2);
+  std::cout
+      << "| levels of paper / holes | lines right | characters right | misread | unread |\n|---|---|---|---|---|\n"
+      << std::fixed << std::setprecision(2);
   bool all_met = true;
   for (const Set& set : all_sets()) {
     const Counts counts = measure(document, set, lines);

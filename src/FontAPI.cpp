@@ -201,7 +201,7 @@ void clear_variance(FontSlot& slot) {
   const std::span<std::uint8_t> pixels = tail_within(slot.variance, slot.size);
   // KEPT: two bytes a pixel, without the padding: of an image one pixel wide the last half of the rows stays. Rows from
   // top to bottom make the product negative, which counts as all there is: test font_clear_variance.
-  const auto bytes = static_cast<std::uint64_t>(std::int64_t{facts->width} * facts->height * 2);
+  const std::uint64_t bytes = static_cast<std::uint64_t>(std::int64_t{facts->width} * facts->height) * 2;
   std::ranges::fill(pixels.first(static_cast<std::size_t>(std::min<std::uint64_t>(bytes, pixels.size()))), 0);
   const std::size_t palette = std::min<std::size_t>(facts->palette_bytes, slot.size - facts->header_bytes);
   enter_false_colours({slot.variance + facts->header_bytes, palette}, facts->entry_bytes);

@@ -12,6 +12,7 @@
 #include "FontAPI.hpp"
 #include "ImagBox.hpp"
 #include "kernels/histogram.hpp"
+#include "kernels/second_darkest.hpp"
 
 unsigned char MicroholesFont[350] = {
 #include "hole_digits.inc"
@@ -27,7 +28,7 @@ constexpr char kUnknown = '?';
 constexpr int kColumns = 5;
 constexpr int kRows = 7;
 constexpr int kCells = kColumns * kRows;
-constexpr int kWindow = 4;  // pixels of a cell that are looked at, each way
+constexpr std::int64_t kWindow = kern::kSide;  // pixels of a cell that are looked at, each way
 constexpr int kWhite = 255;
 
 // A trial shifts the box by this and lightens the threshold by a step of kLighter, the shifts first.
@@ -55,55 +56,156 @@ struct Window {
   }
 };
 
+// How often each value occurs in a window that moves over an image.
+class WindowCounts {
+ public:
+  WindowCounts(ConstView image, const Window& window) : image_(image), window_(window) {
+    kern::histogram(window.inside(image), counts_);
+  }
+
+  // Moves the window, at a cost of what enters and leaves it.
+  void move_to(std::int64_t left, std::int64_t top) {
+    const std::int64_t across = left - window_.left, up = top - window_.top;
+    count({window_.left, window_.top, across, window_.height}, kLeaves);
+    count({window_.left + window_.width, window_.top, across, window_.height}, kEnters);
+    const std::int64_t lower = std::min(top, window_.top), rows = std::abs(up);
+    count({left, lower, window_.width, rows}, up > 0 ? kLeaves : kEnters);
+    count({left, lower + window_.height, window_.width, rows}, up > 0 ? kEnters : kLeaves);
+    window_.left = left;
+    window_.top = top;
+  }
+
+  // The lowest level such that more than a fifth of the window's pixels, those outside of the image included, do not
+  // exceed it.
+  int paper() const {
+    const bool empty = window_.width < 1 || window_.height < 1;
+    const auto area =
+        empty ? 0 : static_cast<std::uint64_t>(window_.width) * static_cast<std::uint64_t>(window_.height);
+    int level = 0;
+    for (std::uint64_t sum = counts_[0]; level < kWhite && sum <= area / 5;) sum += counts_[++level];
+    return level;
+  }
+
+ private:
+  static constexpr std::uint32_t kEnters = 1, kLeaves = ~0u;  // what is added, modulo 2^32
+
+  void count(const Window& part, std::uint32_t weight) {
+    const ConstView pixels = part.inside(image_);
+    for (std::size_t y = 0; y < pixels.height(); ++y) {
+      for (const std::uint8_t pixel : pixels.row(y)) counts_[pixel] += weight;
+    }
+  }
+
+  ConstView image_;
+  Window window_;
+  std::array<std::uint32_t, 256> counts_;
+};
+
+// The second darkest pixel of 4 x 4, of which those outside of a window that moves and of the image are white.
+class DarkPixels {
+ public:
+  // region: all that the window moves over.
+  DarkPixels(ConstView image, const Window& region) : image_(image) {
+    const ConstView pixels = region.inside(image);
+    if (pixels.width() < kern::kSide || pixels.height() < kern::kSide) return;
+    const std::size_t width = pixels.width() - kern::kSide + 1, height = pixels.height() - kern::kSide + 1;
+    memory_.resize(width * height);
+    ready_ = {memory_.data(), width, height};
+    left_ = std::max<std::int64_t>(region.left, 0);
+    top_ = std::max<std::int64_t>(region.top, 0);
+    kern::second_darkest(pixels, {memory_.data(), width, height});
+  }
+
+  // cell: as much of the 4 x 4 pixels as the window has.
+  std::uint8_t second(const Window& cell) const {
+    const std::int64_t x = cell.left - left_, y = cell.top - top_;
+    const bool whole = cell.width == kWindow && cell.height == kWindow;
+    if (whole && x >= 0 && y >= 0 && x < static_cast<std::int64_t>(ready_.width()) &&
+        y < static_cast<std::int64_t>(ready_.height())) {
+      return ready_.row_ptr(static_cast<std::size_t>(y))[x];
+    }
+    return among(cell.inside(image_));
+  }
+
+ private:
+  static std::uint8_t among(ConstView pixels) {
+    std::uint8_t first = kWhite, second = kWhite;
+    for (std::size_t y = 0; y < pixels.height(); ++y) {
+      for (const std::uint8_t pixel : pixels.row(y)) {
+        second = std::min(second, std::max(first, pixel));
+        first = std::min(first, pixel);
+      }
+    }
+    return second;
+  }
+
+  ConstView image_;
+  std::vector<std::uint8_t> memory_;
+  ConstView ready_;  // for the windows that lie in region and image, the first of which is at (left_, top_)
+  std::int64_t left_ = 0, top_ = 0;
+};
+
 // A box shifted, without a threshold yet.
 struct Shifted {
+  Window window;
   int threshold;  // that of the first trial
   // Of each cell the second darkest pixel: the cell is a hole when more than one is below the threshold.
   std::array<std::uint8_t, kCells> second_darkest;
-  std::array<int, kCells> left, row;  // of the pixels of each cell
 };
 
-// The level that more than a fifth of the pixels do not exceed, less kBelowPaper.
-int hole_threshold(ConstView image, const Window& window) {
-  std::array<std::uint32_t, 256> counts;
-  kern::histogram(window.inside(image), counts);
-  const std::uint64_t limit = window.width < 1 || window.height < 1 ? 0
-                                                                    : static_cast<std::uint64_t>(window.width) *
-                                                                          static_cast<std::uint64_t>(window.height) / 5;
-  int level = 0;
-  for (std::uint64_t sum = counts[0]; level < kWhite && sum <= limit;) sum += counts[++level];
-  return level - kBelowPaper;
-}
+// The windows of the cells in a box. The first row of the grid is the lowest of the picture, and the last of a pattern.
+class Grid {
+ public:
+  explicit Grid(const CHAR_BOX& box) : width_(width_of(box)), height_(height_of(box)) {
+    for (int c = 0; c < kColumns; ++c) columns_[c] = (50 + c * (width_ * 20)) / 100 + 1;
+    for (int r = 0; r < kRows; ++r) rows_[r] = (50 + r * (height_ * 100 / kRows)) / 100 + 1;
+  }
 
-std::uint8_t second_darkest(ConstView pixels) {
-  std::uint8_t first = kWhite, second = kWhite;
-  for (std::size_t y = 0; y < pixels.height(); ++y) {
-    for (const std::uint8_t pixel : pixels.row(y)) {
-      second = std::min(second, std::max(first, pixel));
-      first = std::min(first, pixel);
+  // Of cell i of the pattern, in a box that begins at (left, top). What is beyond the box is not part of it.
+  Window cell(int i, std::int64_t left, std::int64_t top) const {
+    const std::int64_t column = columns_[i % kColumns], row = rows_[kRows - 1 - i / kColumns];
+    return {left + column, top + row, std::min(width_ - column, kWindow), std::min(height_ - row, kWindow)};
+  }
+
+ private:
+  std::int64_t width_, height_;
+  std::array<std::int64_t, kColumns> columns_;
+  std::array<std::int64_t, kRows> rows_;
+};
+
+// Looks at a box with one shift after the other.
+class Sampler {
+ public:
+  Sampler(ConstView image, const CHAR_BOX& box)
+      : box_(window(box, 0, 0)),
+        grid_(box),
+        counts_(image, window(box, kFirstAcross, kFirstDown)),
+        dark_(image, {box_.left + kFirstAcross, box_.top + kFirstDown, box_.width + kLastAcross - kFirstAcross,
+                      box_.height + kLastDown - kFirstDown}) {}
+
+  Shifted look(int across, int down) {
+    Shifted shifted;
+    shifted.window = {box_.left + across, box_.top + down, box_.width, box_.height};
+    counts_.move_to(shifted.window.left, shifted.window.top);
+    shifted.threshold = counts_.paper() - kBelowPaper;
+    for (int i = 0; i < kCells; ++i) {
+      shifted.second_darkest[i] = dark_.second(grid_.cell(i, shifted.window.left, shifted.window.top));
     }
+    return shifted;
   }
-  return second;
-}
 
-Shifted look(ConstView image, const CHAR_BOX& box, int across, int down) {
-  const Window whole = {std::int64_t{box.left} + across, std::int64_t{box.top} + down + 1, width_of(box),
-                        height_of(box)};
-  Shifted shifted;
-  shifted.threshold = hole_threshold(image, whole);
-  for (int i = 0; i < kCells; ++i) {
-    // The first row of the grid is the lowest of the picture and the last of the pattern.
-    const int r = kRows - 1 - i / kColumns, c = i % kColumns;
-    const std::int64_t row = (50 + r * (whole.height * 100 / 7)) / 100 + 1;
-    const std::int64_t column = (50 + c * (whole.width * 20)) / 100 + 1;
-    const Window cell = {whole.left + column, whole.top + row, std::min<std::int64_t>(whole.width - column, kWindow),
-                         std::min<std::int64_t>(whole.height - row, kWindow)};
-    shifted.second_darkest[i] = second_darkest(cell.inside(image));
-    shifted.left[i] = static_cast<int>(cell.left);
-    shifted.row[i] = static_cast<int>(cell.top);
+  const Grid& grid() const { return grid_; }
+
+ private:
+  static Window window(const CHAR_BOX& box, int across, int down) {
+    return {std::int64_t{box.left} + across, std::int64_t{box.top} + 1 + down, width_of(box), height_of(box)};
   }
-  return shifted;
-}
+
+  Window box_;
+  Grid grid_;
+  WindowCounts counts_;
+  DarkPixels dark_;
+};
 
 // A pattern of cells, a bit each, the first in bit 0.
 using Pattern = std::uint64_t;
@@ -150,24 +252,30 @@ Match match(const Glyphs& glyphs, Pattern pattern) {
   return {kUnknown, least};
 }
 
-DecodedHole told(const Shifted& shifted, Pattern pattern, const Match& found) {
-  DecodedHole hole = {found.character, {}, shifted.left, shifted.row, found.differing};
-  for (int i = 0; i < kCells; ++i) hole.pattern[i] = pattern >> i & 1;
+DecodedHole told(const Grid& grid, const Shifted& shifted, Pattern pattern, const Match& found) {
+  DecodedHole hole = {found.character, {}, {}, {}, found.differing};
+  for (int i = 0; i < kCells; ++i) {
+    const Window cell = grid.cell(i, shifted.window.left, shifted.window.top);
+    hole.pattern[i] = pattern >> i & 1;
+    hole.cell_left[i] = static_cast<int>(cell.left);
+    hole.cell_row[i] = static_cast<int>(cell.top);
+  }
   return hole;
 }
 
 DecodedHole decode(ConstView image, const CHAR_BOX& box, const Glyphs& glyphs) {
+  Sampler sampler(image, box);
   std::array<Shifted, kShifts> shifts;
   DecodedHole nearest = {};
   nearest.differing = kCells + 1;
   for (int lighter = 0; lighter <= kMostLighter; lighter += kLighter) {
     for (int s = 0; s < kShifts; ++s) {
       Shifted& shifted = shifts[s];
-      if (lighter == 0) shifted = look(image, box, kFirstAcross + s / kShiftsDown, kFirstDown + s % kShiftsDown);
+      if (lighter == 0) shifted = sampler.look(kFirstAcross + s / kShiftsDown, kFirstDown + s % kShiftsDown);
       const Pattern pattern = holes(shifted, shifted.threshold + lighter);
       const Match found = match(glyphs, pattern);
-      if (found.character != kUnknown) return told(shifted, pattern, found);
-      if (found.differing < nearest.differing) nearest = told(shifted, pattern, found);
+      if (found.character != kUnknown) return told(sampler.grid(), shifted, pattern, found);
+      if (found.differing < nearest.differing) nearest = told(sampler.grid(), shifted, pattern, found);
     }
   }
   return nearest;
@@ -187,8 +295,8 @@ std::vector<DecodedHole> decode_holes(const GreyDib& image, std::span<const CHAR
 std::string spaced(std::span<const char> characters, std::span<const CHAR_BOX> boxes) {
   const auto n = static_cast<std::int64_t>(boxes.size());
   const auto left = [&](std::int64_t i) { return std::int64_t{boxes[static_cast<std::size_t>(i)].left}; };
-  // KEPT: the pitch of n boxes is a part in n of the n - 1 distances, too small, and so is the distance above which
-  // spaces are written: test spaces_by_pitch.
+  // KEPT: divided by the boxes, not by the distances between them, so that two to four characters that stand evenly are
+  // written with spaces: test spaces_by_pitch.
   const std::int64_t pitch = n > 1 ? (left(n - 1) - left(0)) / n : 0;
   std::string text;
   for (std::int64_t i = 0; i < n; ++i) {

@@ -3,7 +3,7 @@
  * Images are 8-bit DIBs with rows bottom-up. The grey level of a pixel is the blue value of its palette entry, a
  * missing entry counts as its index. A pixel is ink when its level is below the threshold. Rows are counted as they
  * lie, from the bottom of the picture. Images of other kinds are left alone and have no ink. Nothing outside of an
- * image is read.
+ * image is read: it is white, and no ink.
  */
 #ifndef ZELIMP_IMAGBOX_H
 #define ZELIMP_IMAGBOX_H
@@ -70,19 +70,23 @@ ZELIMP_API char* Extract_string(char* dib);
 ZELIMP_API int ImageBox_Rows(char* dib, int* top, int* bottom);
 
 /* Decodes the boxes of a normalised line by MicroholesFont into text, of 128 bytes: a digit, or "?", for each, with
- * spaces where the distance is more than a third above the mean. Returns num_box; 0 without memory. */
+ * spaces where the distance to the next one is more than a third above the pitch, that from the first box to the last
+ * divided by the number of boxes. At most 127 characters are written, then 0. Returns num_box; 0 for images of other
+ * kinds, with an empty text, and without memory, with text as it was. */
 ZELIMP_API int ImageBox_Decode_holes(char* dib, char* text);
 
-/* The same by the first NumCharFont slots of ActualFont; sets GetImage to those compared with. Returns 0. */
+/* The same by the first NumCharFont slots of ActualFont, of whose codes the low bytes are written; sets GetImage to
+ * those compared with. Without slots to look at (NumCharFont is 0) text stays as it was. Returns 0. */
 ZELIMP_API int ImageBox_Decode(char* dib, char* text);
 
 /* The part of w x h pixels from column x and row y on, counted from the bottom of the picture, as a new DIB with rows
  * bottom-up, to be freed with free(). w, h of 0: the whole width, height. Null when it is not all inside, the image has
- * not 8 bits, or memory is short; rows top to bottom: also when h is not from 3 to 128; then the source's height
- * becomes positive. */
+ * not 8 bits, or memory is short. With rows top to bottom the part lies one row lower, h is from 3 to 128 and at most
+ * y, and where the result is null for another reason than the bits the source's height becomes positive. */
 ZELIMP_API unsigned char* Extract_image(unsigned char* dib, int x, int y, int w, int h);
 
-/* Turns an 8-bit image by 180 degrees in place; with rows top to bottom only mirrors it. Returns 1, or 0. */
+/* Turns an 8-bit image by 180 degrees in place; with rows top to bottom only mirrors it. The padding becomes 0. Returns
+ * 1, or 0. */
 ZELIMP_API int ImageBox_Rotate180(char* dib);
 
 /* A point of a traced stroke: pixel column and row. -1, -1 stands between strokes, twice at the end of a list of at
@@ -98,20 +102,22 @@ struct charlinenorm {
   float y;
 };
 
-/* Traces the dark strokes (below 128) between columns x0 and x1 - 1 and rows y0 and y1, and marks the pixels it has
- * visited with 254. Returns a new list, to be freed with free(), or null. */
+/* Traces the stroke that begins at the first dark pixel (below 128) in columns x0 to x1 - 1, row by row from y0 to y1,
+ * and what branches off it. Marks the pixels it has visited with 254; branches shorter than 4 points are not listed but
+ * erased, to 255. Pixel values count, not levels. Returns a new list, to be freed with free(), or null. */
 ZELIMP_API charline* ImageBox_liner(unsigned char* dib, int x0, int y0, int x1, int y1);
 
-/* The points of a list in a frame of their own, as a new list, to be freed with free(), or null. */
+/* The first 255 points of a list in a frame of their own, as a new list of 257, to be freed with free(), or null. Not
+ * finite when the greatest row is 0. */
 ZELIMP_API charlinenorm* ImageBox_LineNorm(charline* points);
 
-/* The neighbour at which a stroke goes on from *x, *y: dark (below threshold), and the one that turns least from the
- * last step, which came from points[n - 1] (n of 0: from anywhere); ties clockwise from straight up. Moves *x, *y there
- * and returns 1, else 0. */
+/* The neighbour at which a stroke goes on from *x, *y: dark (below threshold, and below 254), and the one that turns
+ * least from the last step, which came from points[n - 1] (n of 0: from anywhere); ties clockwise from straight up,
+ * where the row grows. Moves *x, *y there and returns 1, else 0. */
 ZELIMP_API int best_vicinity(unsigned char* dib, int* x, int* y, int threshold, charline* points, int n);
 
-/* Moves *x, *y to the middle of the shorter of the dark runs, across and down, through it. The last argument is not
- * looked at. Returns 0. */
+/* Moves *x, *y to the middle, rounded down, of the shorter of the dark runs, across and down, through it. The last
+ * argument is not looked at. Returns 0. */
 ZELIMP_API int Center_Balance(unsigned char* dib, int* x, int* y, int threshold, int reserved);
 
 /* A digit from 0 to 9 as dots, an 8-bit DIB of 33 x 54 pixels; else null. A dot, 8 x 8. To be freed with free(). */

@@ -18,13 +18,14 @@ struct HoleCharacter {
   int differing = 0;                       // cells in which the pattern and the digit, or the nearest one, differ
 };
 
-// Why nothing, or not all of it, was read.
+// Why nothing, or not all of it, was read. The threshold below which pixels are ink is lowered until the inked rows
+// have the height of a line, at most to a floor; what is found at the floor is read all the same.
 enum class HoleReason {
   none,            // all characters were read
   no_image,        // no image was given for this face
-  no_ink,          // no column of the zone has any
-  no_line_height,  // no line of a height in range was found and the lowest threshold was used; nothing was read
-  no_box,          // a line, but no box on it
+  no_ink,          // no column of the zone has ink, or only at thresholds at which no line was found
+  no_line_height,  // ink, but no box, and the floor was used for the line or for the boxes on it
+  no_box,          // a line of a height in range, but no box on it
   unmatched,       // some characters are '?'
 };
 
@@ -32,14 +33,15 @@ struct HoleFace {
   bool read = false;  // at least one character, '?' included
   std::string text;   // as ZelIMPDecodeMH gives it; empty unless read
   HoleReason reason = HoleReason::none;
-  bool floor_threshold = false;  // no line of a height in range: the lowest threshold was used
+  bool floor_threshold = false;  // the floor was used, also for what was read
   Box zone;                      // that was looked at
   Box line;                      // that was found in it; empty without ink
   std::vector<HoleCharacter> characters;
 };
 
-// Where the line is looked for: pixels from the left and, as the documents are specified, from the bottom of the
-// picture to the zone's lowest row. The zones of ZelIMPValidateMH and ZelIMPDecodeMH.
+// Where the line is looked for: pixels from the left and, as forms are measured, from the bottom of the picture to the
+// zone's lowest row. In an image whose rows are stored top to bottom it is taken one row lower, its
+// height is from 3 to 128, and bottom is not below height. The zones of ZelIMPValidateMH and ZelIMPDecodeMH.
 struct HoleZone {
   std::uint32_t left = 0;
   std::uint32_t bottom = 0;
@@ -55,10 +57,11 @@ struct MicroHoles {
   HoleFace front, rear;
 };
 
-// Reads the line of micro-holes of a document. front, rear: 8-bit DIBs or whole bitmap files, not changed; empty: no
-// image of this face. The rear face is mirrored as ZelIMPValidateMH does. Throws not_loaded when a DIB does not lie
-// within its bytes, unsupported for other depths or compressed rows, bad_argument when the zone is not inside an image,
-// over_limit.
+// Reads the line of micro-holes of a document. front, rear: 8-bit DIBs with headers of 40 or 12 bytes, or whole bitmap
+// files, not changed; empty: no image of this face. The rear face is mirrored as ZelIMPValidateMH does. Throws
+// not_loaded when header, colour table and rows do not lie within the bytes one behind the other, unsupported for other
+// depths, headers or compressed rows, bad_argument when the zone is empty or not inside an image, over_limit. Working
+// memory: a few times the zone.
 ZELIMP_API MicroHoles read_micro_holes(std::span<const std::byte> front, std::span<const std::byte> rear,
                                        const HoleZone& zone = kValidateZone, const Limits& limits = {});
 

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <filesystem>
 #include <iomanip>
+#include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <sstream>

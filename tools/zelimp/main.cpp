@@ -34,6 +34,7 @@ int main(int argc, char** argv) {
   tool::add_wrap(program);
   tool::add_describe(program);
   tool::add_font(program);
+  tool::add_holes(program);
   program.footer(
       "Example, from two pictures to the front face as Group 4 TIFF:\n"
       "  zelimp simulate front.png rear.png -o raw.tif --lag 8\n"
@@ -51,7 +52,8 @@ int main(int argc, char** argv) {
       "  4  the output format is not available for this input\n"
       "  5  a file could not be read or written\n"
       "  6  the input is larger than the limits\n"
-      "  7  out of memory, or an internal fault\n");
+      "  7  out of memory, or an internal fault\n"
+      "  8  holes: no micro-holes were read; the report is written all the same\n");
 
   try {
     program.parse(argc, argv);

@@ -150,7 +150,7 @@ Picture samples_of(Pix* pix, std::uint32_t planes) {
   return picture;
 }
 
-PixPtr decoded(const std::string& name, const Bytes& bytes) {
+PixPtr decoded(const std::string& name, std::span<const std::byte> bytes) {
   check_picture(name, bytes);
   PixPtr pix(pixReadMem(leptonica_bytes(bytes), bytes.size()));
   if (!pix) throw Failure(Exit::malformed, name + ": the picture is damaged or of a kind that cannot be read");
@@ -204,12 +204,15 @@ void divide_by_alpha(Picture& picture) {
 }  // namespace
 
 Picture read_picture(const std::string& path, bool colour) {
-  const Bytes bytes = read_file(path);
+  return decode_picture(input_name(path), read_file(path), colour);
+}
+
+Picture decode_picture(const std::string& name, std::span<const std::byte> file, bool colour) {
   const Silence silence;
-  PixPtr pix = decoded(input_name(path), bytes);
+  PixPtr pix = decoded(name, file);
   pix.reset(pixRemoveAlpha(pix.get()));
   if (pix) pix.reset(colour ? pixConvertTo32(pix.get()) : pixConvertTo8(pix.get(), 0));
-  if (!pix) refuse_pixels(input_name(path));
+  if (!pix) refuse_pixels(name);
   return samples_of(pix.get(), colour ? 3 : 1);
 }
 

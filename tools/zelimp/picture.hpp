@@ -28,6 +28,9 @@ struct Picture {
 Picture read_picture(const std::string& path, bool colour);
 Picture read_picture(const std::string& path);
 
+// The same of a file that was read; name is for messages.
+Picture decode_picture(const std::string& name, std::span<const std::byte> file, bool colour);
+
 // A copy with three planes of a picture with four, as it looks on white.
 Picture on_white(const Picture& picture);
 

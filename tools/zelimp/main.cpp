@@ -21,8 +21,8 @@ int main(int argc, char** argv) {
   signal(SIGXFSZ, SIG_IGN);
 
   CLI::App program(
-      "Scans of the document and cheque scanner: simulate, inspect, descramble, process, resample, wrap; fonts to read "
-      "them.",
+      "Scans of the document and cheque scanner: simulate, inspect, descramble, process, resample, wrap, read "
+      "micro-holes, train fonts.",
       "zelimp");
   program.set_version_flag("--version", std::string("zelimp ") + zelimp::version());
   program.require_subcommand(1);

@@ -79,6 +79,7 @@ TEST(Hrff, decode_statuses_and_messages) {
 
 TEST(Hrff, text_is_cut_to_the_length_given) {
   Bytes file = PunchedLine{.digits = "12345678"}.file();
+  ImageBox_Init(2);
   for (const int outlen : {-1, 0, 1, 5, 128, 129}) {
     Bytes out(200, '#'), wanted = out;
     EXPECT_EQ(MakeOCR_P(&file[14], 861, 195, 540, 85, 0, chars(out), outlen), 0);  // a column beyond the image
@@ -97,6 +98,7 @@ TEST(Hrff, mix_front_rear_as_they_come) {
   Bytes stained = PunchedLine{.digits = "123456", .ink = 150}.file();
   for (const int row : {200, 201}) std::fill_n(&stained[1078 + row * 1400 + 168], 31, std::uint8_t{180});
   char out[128] = {}, stretched[128] = {};
+  ImageBox_Init(2);
   const auto mix = [&](Bytes& front, unsigned char* rear, int y) {
     return Mix_FrontRear(&front[14], rear, 166, y, 540, 85, 0, out, 128) == 1 ? out : "-";
   };

@@ -126,7 +126,7 @@ void blank_out(Picture& face, const Area& area, std::uint8_t paper) {
   for (std::int64_t y = std::max<std::int64_t>(area.top, 0); y < bottom; ++y) {
     for (std::int64_t x = std::max<std::int64_t>(area.left, 0); x < right; ++x) {
       const std::int64_t sample = (y * face.width + x) * face.planes;
-      std::fill_n(face.samples.begin() + sample, face.planes, paper);
+      std::fill_n(&face.samples[static_cast<std::size_t>(sample)], face.planes, paper);
     }
   }
 }

@@ -3,6 +3,7 @@
 // Every row has the counters ns_pixel, GB_s (bytes of the source) and x_memcpy: its time in copies of the same bytes,
 // measured immediately before. They are medians of processor time, so that little of what else the machine does counts.
 
+#include <ZelIMP/HRFF.h>
 #include <ZelIMP/ZelIMP_pipeline.h>
 #include <benchmark/benchmark.h>
 #include <malloc.h>
@@ -10,7 +11,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <ZelIMP.hpp>
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -30,14 +33,18 @@
 #include "kernels/flat_field.hpp"
 #include "kernels/g4_encode.hpp"
 #include "kernels/half_turn.hpp"
+#include "kernels/histogram.hpp"
+#include "kernels/ink_profile.hpp"
 #include "kernels/isolated_pixels.hpp"
 #include "kernels/quarter_turn.hpp"
 #include "kernels/resample.hpp"
 #include "kernels/rgb_to_grey.hpp"
 #include "kernels/rotate_nearest.hpp"
 #include "kernels/run_scan.hpp"
+#include "kernels/second_darkest.hpp"
 #include "kernels/shear.hpp"
 #include "pages.hpp"
+#include "support/punched_line.hpp"
 
 namespace zel::bench {
 namespace {
@@ -172,6 +179,13 @@ void add_kernels() {
   add("quarter_turn_colour", kern::kQuarterTurn, colour, {text}, [](auto run, Work& w) {
     run(w.from(), MutableView(w.dst.data(), 3 * w.height, w.width / 3), 3, kern::Turn::clockwise);
   });
+  add("histogram", kern::kHistogram, grey, {text, large}, [](auto run, Work& w) {
+    std::array<std::uint32_t, 256> counts;
+    run(w.from(), counts);
+  });
+  add("ink_columns", kern::kInkColumns, grey, {text}, [](auto run, Work& w) { run(w.from(), 128, w.to().row(0)); });
+  add("second_darkest", kern::kSecondDarkest, grey, {text},
+      [](auto run, Work& w) { run(w.from(), w.to().part(0, 0, w.height - 3, w.width - 3)); });
   add("half_turn", kern::kHalfTurn, grey, {text, large},
       [](auto run, Work& w) { run(w.src, std::span(w.dst).first(w.src.size())); });
   const auto exchange = [](std::size_t samples) {
@@ -293,6 +307,37 @@ void add_pipeline() {
   })->Iterations(1);
 }
 
+// The line of micro-holes on both faces of a cheque.
+void add_holes() {
+  const auto add_reader = [](const std::string& name, auto read) {
+    benchmark::RegisterBenchmark((name + "/cheque").c_str(),
+                                 [read](benchmark::State& state) {
+                                   const test::PunchedLine line = {.digits = "123456789", .rear = true};
+                                   const Bytes front = test::PunchedLine{.digits = line.digits}.file(),
+                                               rear = line.file();
+                                   Page both = {"cheque", static_cast<std::size_t>(line.width),
+                                                2 * static_cast<std::size_t>(line.height), front};
+                                   both.grey.insert(both.grey.end(), rear.begin(), rear.end());
+                                   Bytes copy(both.grey.size()), front_copy = front, rear_copy;
+                                   measure(
+                                       state, both, both.grey, copy, [&] { rear_copy = rear; },
+                                       [&] {
+                                         if (read(front_copy, rear_copy) != line.digits) std::abort();
+                                       });
+                                 })
+        ->UseManualTime()
+        ->Unit(benchmark::kMillisecond);
+  };
+  add_reader("ZelIMPValidateMH", [](Bytes& front, Bytes& rear) {
+    char result[272];
+    ZelIMPValidateMH(front.data(), rear.data(), result);
+    return std::string(result);
+  });
+  add_reader("read_micro_holes", [](const Bytes& front, const Bytes& rear) {
+    return zelimp::read_micro_holes(std::as_bytes(std::span(front)), std::as_bytes(std::span(rear))).text;
+  });
+}
+
 }  // namespace
 }  // namespace zel::bench
 
@@ -301,6 +346,7 @@ int main(int argc, char** argv) {
   zel::bench::add_geometry();
   zel::bench::add_resampling();
   zel::bench::add_pipeline();
+  zel::bench::add_holes();
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   benchmark::RunSpecifiedBenchmarks();

@@ -10,6 +10,8 @@
  *   ZelIMP/descramble.h         ZelIMPDescramble_mono, _color, ZelIMPDescrambleCal_mono, _color             x  x
  *   ZelIMP/ZelIMP_mono.h        ZelIMPColorToGray; in C++ thresholds, noise filter and their steps          x  x
  *   ZelIMP/ResampleInterface.h  ZelIMPGetOutputBufferSize, ZelIMPResample8BitBitmap, 24, 32; conversions    x  x
+ *   ZelIMP/HRFF.h               ZelIMPValidateMH, ZelIMPDecodeMH, font of templates; in C++ image utilities  x  x
+ *   ZelIMP/ImagBox.h            recognition parameters and boxes; in C++ segmentation and decoding             x  x
  *   ZelIMP/globals.h            SWAP_SIDES, Tarsis_7200, row sums, CPU-time marks                           x  x
  *   ZelIMP/TiffTag.h            TiffTag, TiffGetWord, TiffGetLong                                              x
  *   ZelIMP/TiffHeader.h         TiffHeader                                                                     x
@@ -17,6 +19,9 @@
  *   ZelIMP/Group4Compression.h  Group4Compression                                                              x
  *   ZelIMP/ManageTIFF.h         TI, ProcessTIFF_to_BMP, ProcessTIFF_to_BMP_Color                               x
  *   ZelIMP/ResampleBitmap.h     CreateResampledBitmap                                                          x
+ *   ZelIMP/Dibapi.h             bitmaps in memory and their files                                              x
+ *   ZelIMP/FontAPI.h            FontAPI, ActualFont                                                            x
+ *   ZelIMP/MoneyDecode.h        Image_Equalize                                                                 x
  *   ZelIMP/ZelIMP_writers.h     ProcessTIFF_JPG, ProcessJFIF_JPG                                               x
  *   ZelIMP/linux_win.h          temporary path, debug log, CPU-time measurement                                x
  *
@@ -29,6 +34,8 @@
 #define ZELIMP_H
 
 #include <ZelIMP/CropParam.h>
+#include <ZelIMP/HRFF.h>
+#include <ZelIMP/ImagBox.h>
 #include <ZelIMP/ResampleInterface.h>
 #include <ZelIMP/ZelIMP_mono.h>
 #include <ZelIMP/ZelIMP_pipeline.h>
@@ -38,8 +45,11 @@
 #include <ZelIMP/globals.h>
 
 #ifdef __cplusplus
+#include <ZelIMP/Dibapi.h>
+#include <ZelIMP/FontAPI.h>
 #include <ZelIMP/Group4Compression.h>
 #include <ZelIMP/ManageTIFF.h>
+#include <ZelIMP/MoneyDecode.h>
 #include <ZelIMP/ResampleBitmap.h>
 #include <ZelIMP/TiffHeader.h>
 #include <ZelIMP/TiffImage.h>

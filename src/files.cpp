@@ -35,7 +35,11 @@ Descriptor::~Descriptor() {
 
 int Descriptor::duplicate() const { return fcntl(fd_, F_DUPFD_CLOEXEC, 0); }
 
-Descriptor open_for_reading(const char* path) { return Descriptor(open_again(path, O_RDONLY)); }
+Descriptor open_for_reading(const char* path) { return Descriptor(path == nullptr ? -1 : open_again(path, O_RDONLY)); }
+
+OutputFile open_for_writing(const char* path) {
+  return OutputFile(path == nullptr ? nullptr : std::fopen(path, "wbe"));
+}
 
 Descriptor open_temporary(const char* name) {
   char path[kPathBytes];
@@ -56,16 +60,20 @@ std::optional<std::uint64_t> regular_file_bytes(const Descriptor& file) {
   return static_cast<std::uint64_t>(facts.st_size);
 }
 
-bool read_from_start(const Descriptor& file, unsigned char* to, std::uint64_t size) {
+bool read_after(const Descriptor& file, std::uint64_t offset, unsigned char* to, std::uint64_t size) {
   constexpr std::uint64_t kMostAtOnce = 1 << 30;
   for (std::uint64_t done = 0; done < size;) {
     const auto part = static_cast<std::size_t>(std::min(size - done, kMostAtOnce));
-    const ssize_t n = pread(file.get(), to + done, part, static_cast<off_t>(done));
+    const ssize_t n = pread(file.get(), to + done, part, static_cast<off_t>(offset + done));
     if (n < 0 && errno == EINTR) continue;
     if (n <= 0) return false;
     done += static_cast<std::uint64_t>(n);
   }
   return true;
+}
+
+bool read_from_start(const Descriptor& file, unsigned char* to, std::uint64_t size) {
+  return read_after(file, 0, to, size);
 }
 
 WithoutFileSizeSignal::WithoutFileSizeSignal() noexcept {

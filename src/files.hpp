@@ -1,8 +1,10 @@
-// Files, opened so that nobody else's is ever written and no call waits for one.
+// Files. The library's own are opened so that nobody else's is ever written and no call waits for one.
 #pragma once
 
 #include <csignal>
 #include <cstdint>
+#include <cstdio>
+#include <memory>
 #include <optional>
 
 namespace zel {
@@ -24,8 +26,16 @@ class Descriptor {
   int fd_;
 };
 
-// Opens a file for reading, without waiting where it is a pipe that nobody writes to.
+// Opens a file for reading, without waiting where it is a pipe that nobody writes to. Not open with a null path.
 Descriptor open_for_reading(const char* path);
+
+struct FileCloser {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using OutputFile = std::unique_ptr<std::FILE, FileCloser>;
+
+// Opens a file of the caller's for writing, emptied; null when that fails, as with a null path.
+OutputFile open_for_writing(const char* path);
 
 // Opens the library's temporary file of that name, empty, for writing and reading. It stays when it is closed. Not
 // open when the name in the temporary directory belongs to anything but a regular file of ours with a single link.
@@ -34,7 +44,8 @@ Descriptor open_temporary(const char* name);
 // Bytes of an open regular file. None for anything else: a directory, a pipe, a device.
 std::optional<std::uint64_t> regular_file_bytes(const Descriptor& file);
 
-// Reads the file's first size bytes. False when that fails or the file is shorter.
+// Reads size bytes that begin at offset. False when that fails or the file is shorter.
+bool read_after(const Descriptor& file, std::uint64_t offset, unsigned char* to, std::uint64_t size);
 bool read_from_start(const Descriptor& file, unsigned char* to, std::uint64_t size);
 
 // While it lives, writing beyond the process's limit for file sizes fails in this thread and does nothing more: the

@@ -22,9 +22,10 @@ void exchange_turned(std::span<std::uint8_t> first, std::span<std::uint8_t> last
 using HalfTurnFn = decltype(half_turn);
 using ExchangeTurnedFn = decltype(exchange_turned);
 HalfTurnFn half_turn_scalar;
-ExchangeTurnedFn exchange_turned_scalar;
+ExchangeTurnedFn exchange_turned_scalar, exchange_turned_avx2;
 
 inline constexpr Variant<HalfTurnFn> kHalfTurn[] = {{"scalar", Isa::none, half_turn_scalar}};
-inline constexpr Variant<ExchangeTurnedFn> kExchangeTurned[] = {{"scalar", Isa::none, exchange_turned_scalar}};
+inline constexpr Variant<ExchangeTurnedFn> kExchangeTurned[] = {{"scalar", Isa::none, exchange_turned_scalar},
+                                                                {"avx2", Isa::avx2, exchange_turned_avx2}};
 
 }  // namespace zel::kern

@@ -19,12 +19,15 @@
 #include "kernels/flat_field.hpp"
 #include "kernels/g4_encode.hpp"
 #include "kernels/half_turn.hpp"
+#include "kernels/histogram.hpp"
+#include "kernels/ink_profile.hpp"
 #include "kernels/isolated_pixels.hpp"
 #include "kernels/quarter_turn.hpp"
 #include "kernels/resample.hpp"
 #include "kernels/rgb_to_grey.hpp"
 #include "kernels/rotate_nearest.hpp"
 #include "kernels/run_scan.hpp"
+#include "kernels/second_darkest.hpp"
 #include "kernels/shear.hpp"
 
 namespace zel::test {
@@ -192,6 +195,49 @@ TEST(Kernels, quarter_turn) {
       return src.at(row, (clockwise ? r : s.width - 1 - r) * samples + c % samples);
     };
     return writes(s.height * samples, s.width, s, model, [&](auto dst) { run(src.view, dst, samples, turn); });
+  });
+}
+
+TEST(Kernels, histogram_and_ink) {
+  for_all(kern::kHistogram, 3, [](auto run, const Shape& s, Random& random) {
+    const GuardedImage src(s.width, s.height, s, &random);
+    std::array<std::uint32_t, 256> counts, model = {};
+    for (std::size_t i = 0; i < s.width * s.height; ++i) ++model[src.view.row(i / s.width)[i % s.width] &= 0xF3];
+    run(src.view, counts);
+    return AssertionResult(counts == model);
+  });
+  const auto dark = [](const GuardedImage& src, std::size_t c, std::size_t rows, int threshold) {
+    std::size_t n = 0;
+    for (std::size_t r = 0; r < rows; ++r) n += src.at(r, c) < threshold;
+    return n > 1;
+  };
+  for_all(kern::kInkColumns, 3, [&](auto run, const Shape& s, Random& random) {
+    const GuardedImage src(s.width, s.height, s, &random);
+    const int threshold = std::array{INT_MIN, 0, 1, 255, 256, INT_MAX, 9, 30, 100}[random.below(9)];
+    const std::size_t rows = random.below(4) == 0 ? 0 : s.height;
+    const auto model = [&](std::size_t, std::size_t c) { return dark(src, c, rows, threshold); };
+    return writes(s.width, 1, s, model,
+                  [&](auto dst) { run(src.view.part(0, 0, rows, s.width), threshold, dst.row(0)); });
+  });
+  for_all(kern::kInkRow, 9, [&](auto run, const Shape& s, Random& random) {
+    const GuardedImage src(s.width, 1, s, &random);
+    const int threshold = std::array{INT_MIN, 0, 1, 2, 256, 1000}[random.below(6)], other = int(random.below(20));
+    const auto n = std::ranges::count_if(src.view.row(0), [=](int p) { return p < threshold + other; });
+    return AssertionResult(run(src.view.row(0), threshold + other) == (n > 1));
+  });
+}
+
+TEST(Kernels, second_darkest) {
+  for_all(kern::kSecondDarkest, 2, [](auto run, Shape s, Random& random) {
+    s.height += 3;
+    const GuardedImage src(s.width + 3, s.height, s, &random);
+    const auto model = [&](std::size_t r, std::size_t c) {
+      std::array<int, 16> window;
+      for (std::size_t i = 0; i < 16; ++i) window[i] = src.at(r + i / 4, c + i % 4);
+      std::ranges::sort(window);
+      return window[1];
+    };
+    return writes(s.width, s.height - 3, s, model, [&](auto dst) { run(src.view, dst); });
   });
 }
 

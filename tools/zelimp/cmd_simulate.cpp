@@ -1,3 +1,4 @@
+#include <array>
 #include <memory>
 #include <optional>
 #include <tuple>
@@ -8,6 +9,7 @@
 #include "device_tiff.hpp"
 #include "exit_code.hpp"
 #include "io.hpp"
+#include "micro_holes.hpp"
 #include "picture.hpp"
 
 namespace tool {
@@ -24,6 +26,7 @@ struct Options {
   bool colour = false;
   std::uint32_t dpi = 200;
   DeviceTexts texts;
+  HoleSettings holes;  // no digits: none
   Common common;
 };
 
@@ -60,10 +63,15 @@ void run(Options& options) {
   check_targets({options.output, options.white, options.black}, options.common.force);
 
   Progress progress(options.common.verbose);
-  const Picture front = read_picture(options.front, options.colour);
-  const Picture rear = read_picture(options.rear, options.colour);
+  std::array<Picture, 2> faces{read_picture(options.front, options.colour), read_picture(options.rear, options.colour)};
+  const auto& [front, rear] = faces;
   progress.step("read faces of " + std::to_string(front.width) + " x " + std::to_string(front.height) + " and " +
                 std::to_string(rear.width) + " x " + std::to_string(rear.height) + " pixels");
+  if (!options.holes.digits.empty()) {
+    options.holes.seed = settings.seed;
+    punch(faces, bedding_of(front, rear, settings), options.holes);
+    progress.step("punched " + options.holes.digits);
+  }
   const ReadOut result = read_out(front, rear, settings);
   progress.step("simulated " + std::to_string(result.width) + " x " + std::to_string(result.rows) +
                 " pixels, bit depth " + std::to_string(8 * result.planes));
@@ -75,6 +83,30 @@ void run(Options& options) {
   }
   write_outputs(outputs, options.common.force);
   progress.wrote(outputs);
+}
+
+std::string check_digits(const std::string& text) {
+  if (!text.empty() && text.size() <= kMostHoleDigits && text.find_first_not_of("0123456789") == text.npos) return "";
+  return "\"" + text + "\" is not a line of 1 to " + std::to_string(kMostHoleDigits) + " digits";
+}
+
+void add_holes_options(CLI::App& command, HoleSettings& holes) {
+  CLI::Option* const digits =
+      command
+          .add_option("--micro-holes", holes.digits,
+                      "Punch these digits through the sheet, where they are looked for once the scan is processed, not "
+                      "turned; both faces are left blank around them")
+          ->type_name("DIGITS")
+          ->check(CLI::Validator(check_digits, "1 to 10"));
+  const auto add = [&](const char* name, auto& value, const char* help, auto most) {
+    command.add_option(name, value, help)->check(between(decltype(most){}, most))->needs(digits)->group("With holes");
+  };
+  add("--paper-level", holes.paper, "Grey level to which the faces' paper is brought [220]", 255);
+  add("--paper-noise", holes.paper_noise, "Grey levels by which the faces vary at most, evenly [0]", 255);
+  add("--hole-level", holes.hole, "Grey level of the holes [20]", 255);
+  add("--hole-jitter", holes.jitter, "Pixels by which a hole lies off its place at most [0]", 10.0);
+  add("--missing-holes", holes.missing, "Holes that each character lacks [0]", 35);
+  add("--extra-holes", holes.extra, "Holes that each character has where none belongs [0]", 35);
 }
 
 }  // namespace
@@ -120,8 +152,11 @@ void add_simulate(CLI::App& program) {
       ->check(between(0u, kMaxOffset));
   command.add_option("--noise", settings.noise, "Standard deviation of the noise, grey levels [0]")
       ->check(between(0, 100));
-  command.add_option("--seed", settings.seed, "Start of the fluctuations, the noise and the bed [1]")
+  command
+      .add_option("--seed", settings.seed,
+                  "Start of the fluctuations, the noise, the bed and what varies about holes [1]")
       ->check(between(0u, 4294967295u));
+  add_holes_options(command, options->holes);
   command.add_option("--dpi", options->dpi, "Resolution to state in the file [200]")->check(between(1, 65535));
   command.add_option("--make", options->texts.make, "Make text, by which the device is known; empty: none");
   command.add_option("--model-name", options->texts.model, "Model text");
@@ -134,6 +169,7 @@ void add_simulate(CLI::App& program) {
       "  zelimp simulate front.png rear.png -o raw.tif --colour --skew 1.5 --noise 2 --white w.u16 --black b.u16\n"
       "  zelimp simulate front.png rear.png -o raw.tif --skew 3 --half-width 1700 --rows 1100 --shift -40,20\n"
       "  zelimp simulate front.png rear.png -o raw.tif --skew 3 --bed 20 --bed-noise 3 --noise 2\n"
+      "  zelimp simulate front.png rear.png -o raw.tif --micro-holes 40712356 --hole-jitter 0.5 --noise 2\n"
       "Tables are 16-bit little-endian numbers: black one for each pixel of a line, white one for each sample of a\n"
       "line, plane after plane. descramble with the same tables, lag and layout restores the page.");
   command.callback([options] { run(*options); });

@@ -16,6 +16,8 @@ void add_process(CLI::App& program);
 void add_resample(CLI::App& program);
 void add_wrap(CLI::App& program);
 void add_describe(CLI::App& program);
+void add_font(CLI::App& program);
+void add_holes(CLI::App& program);
 
 // What every command that writes files has.
 struct Common {

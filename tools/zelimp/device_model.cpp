@@ -94,6 +94,11 @@ class Sheet {
     middle_x_ = middle(area_width, face_.width) + right;
     middle_y_ = middle(area_height, face_.height) + down;
   }
+  // Where its upper left corner is, were it not turned.
+  Bedding::Corner corner() const {
+    return {static_cast<std::int64_t>(middle_x_ - (face_.width - 1) / 2.0),
+            static_cast<std::int64_t>(middle_y_ - (face_.height - 1) / 2.0)};
+  }
 
   // Level of the area's pixel (x, y) on a bed of this level, bilinear; exactly a pixel of the face when the sheet is
   // not turned.
@@ -213,6 +218,20 @@ Area bed_for(const std::array<Sheet, 2>& faces, const DeviceSettings& settings) 
   return bed;
 }
 
+// Both faces of the sheet, placed on their beds of the size area.
+struct Sheets {
+  std::array<Sheet, 2> faces;
+  Area area;
+};
+
+Sheets lay(const Picture& front, const Picture& rear, const DeviceSettings& settings) {
+  std::array<Sheet, 2> faces{Sheet(front, settings.skew_deg), Sheet(rear, -settings.skew_deg)};
+  const Area area = bed_for(faces, settings);
+  faces[0].place(area.width, area.rows, settings.shift_x, settings.shift_y);
+  faces[1].place(area.width, area.rows, -settings.shift_x, settings.shift_y);
+  return {faces, area};
+}
+
 // Fills the raw lines with page levels, in read-out order.
 void expose(const std::array<Sheet, 2>& faces, const Bed& bed, const Area& area, const std::array<Channel, 2>& channels,
             std::uint32_t lag, ReadOut& out) {
@@ -237,12 +256,13 @@ void expose(const std::array<Sheet, 2>& faces, const Bed& bed, const Area& area,
 
 }  // namespace
 
-ReadOut read_out(const Picture& front, const Picture& rear, const DeviceSettings& settings) {
-  std::array<Sheet, 2> faces{Sheet(front, settings.skew_deg), Sheet(rear, -settings.skew_deg)};
-  const Area area = bed_for(faces, settings);
-  faces[0].place(area.width, area.rows, settings.shift_x, settings.shift_y);
-  faces[1].place(area.width, area.rows, -settings.shift_x, settings.shift_y);
+Bedding bedding_of(const Picture& front, const Picture& rear, const DeviceSettings& settings) {
+  const auto [faces, area] = lay(front, rear, settings);
+  return {area.width, area.rows, {faces[0].corner(), faces[1].corner()}};
+}
 
+ReadOut read_out(const Picture& front, const Picture& rear, const DeviceSettings& settings) {
+  const auto [faces, area] = lay(front, rear, settings);
   ReadOut out{2 * area.width, area.rows + settings.lag, front.planes, {}, {}, {}};
   if (std::uint64_t{out.width} * out.rows > zelimp::Limits{}.max_pixels) {
     throw Failure(Exit::over_limit, "a read-out of " + std::to_string(out.width) + " x " + std::to_string(out.rows) +

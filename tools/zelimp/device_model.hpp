@@ -9,6 +9,7 @@
 #include <optional>
 #include <vector>
 
+#include "bedding.hpp"
 #include "picture.hpp"
 
 namespace tool {
@@ -45,8 +46,11 @@ struct ReadOut {
   std::vector<std::uint16_t> black;  // width, likewise
 };
 
-// Both faces must have the same number of planes. Throws Failure when a sheet does not lie on the bed with all of it,
-// or when the read-out is larger than the library accepts.
+// Throws Failure when a sheet does not lie on the bed with all of it.
+Bedding bedding_of(const Picture& front, const Picture& rear, const DeviceSettings& settings);
+
+// Both faces must have the same number of planes. Throws Failure as bedding_of does, and
+// when the read-out is larger than the library accepts.
 ReadOut read_out(const Picture& front, const Picture& rear, const DeviceSettings& settings);
 
 }  // namespace tool

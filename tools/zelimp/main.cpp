@@ -20,8 +20,10 @@ int main(int argc, char** argv) {
   signal(SIGPIPE, SIG_IGN);
   signal(SIGXFSZ, SIG_IGN);
 
-  CLI::App program("Scans of the document and cheque scanner: simulate, inspect, descramble, process, resample, wrap.",
-                   "zelimp");
+  CLI::App program(
+      "Scans of the document and cheque scanner: simulate, inspect, descramble, process, resample, wrap, read "
+      "micro-holes, train fonts.",
+      "zelimp");
   program.set_version_flag("--version", std::string("zelimp ") + zelimp::version());
   program.require_subcommand(1);
   tool::add_simulate(program);
@@ -31,6 +33,8 @@ int main(int argc, char** argv) {
   tool::add_resample(program);
   tool::add_wrap(program);
   tool::add_describe(program);
+  tool::add_font(program);
+  tool::add_holes(program);
   program.footer(
       "Example, from two pictures to the front face as Group 4 TIFF:\n"
       "  zelimp simulate front.png rear.png -o raw.tif --lag 8\n"
@@ -48,7 +52,8 @@ int main(int argc, char** argv) {
       "  4  the output format is not available for this input\n"
       "  5  a file could not be read or written\n"
       "  6  the input is larger than the limits\n"
-      "  7  out of memory, or an internal fault\n");
+      "  7  out of memory, or an internal fault\n"
+      "  8  holes: no micro-holes were read; the report is written all the same\n");
 
   try {
     program.parse(argc, argv);

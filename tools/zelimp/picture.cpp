@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <new>
 #include <utility>
 
 #include "exit_code.hpp"
@@ -149,7 +150,7 @@ Picture samples_of(Pix* pix, std::uint32_t planes) {
   return picture;
 }
 
-PixPtr decoded(const std::string& name, const Bytes& bytes) {
+PixPtr decoded(const std::string& name, std::span<const std::byte> bytes) {
   check_picture(name, bytes);
   PixPtr pix(pixReadMem(leptonica_bytes(bytes), bytes.size()));
   if (!pix) throw Failure(Exit::malformed, name + ": the picture is damaged or of a kind that cannot be read");
@@ -203,12 +204,15 @@ void divide_by_alpha(Picture& picture) {
 }  // namespace
 
 Picture read_picture(const std::string& path, bool colour) {
-  const Bytes bytes = read_file(path);
+  return decode_picture(input_name(path), read_file(path), colour);
+}
+
+Picture decode_picture(const std::string& name, std::span<const std::byte> file, bool colour) {
   const Silence silence;
-  PixPtr pix = decoded(input_name(path), bytes);
+  PixPtr pix = decoded(name, file);
   pix.reset(pixRemoveAlpha(pix.get()));
   if (pix) pix.reset(colour ? pixConvertTo32(pix.get()) : pixConvertTo8(pix.get(), 0));
-  if (!pix) refuse_pixels(input_name(path));
+  if (!pix) refuse_pixels(name);
   return samples_of(pix.get(), colour ? 3 : 1);
 }
 
@@ -307,6 +311,21 @@ void outline(Picture& picture, const zelimp::Box& box, std::uint32_t thickness, 
   fill(picture, {box.left, box.top + box.height - down, box.width, down}, colour);
   fill(picture, {box.left, box.top, across, box.height}, colour);
   fill(picture, {box.left + box.width - across, box.top, across, box.height}, colour);
+}
+
+Picture text_line(const std::string& text) {
+  constexpr l_int32 kPoints = 4;  // at 300 dots per inch
+  struct FontDeleter {
+    void operator()(L_Bmf* font) const { bmfDestroy(&font); }
+  };
+  const Silence silence;
+  static const std::unique_ptr<L_Bmf, FontDeleter> font(bmfCreate(nullptr, kPoints));
+  l_int32 width = 0;
+  if (!font || bmfGetStringWidth(font.get(), text.c_str(), &width) != 0) throw std::bad_alloc();
+  const PixPtr pix(pixCreate(width + font->spacewidth, font->lineheight + font->vertlinesep, 8));
+  if (!pix || pixSetAll(pix.get()) != 0) throw std::bad_alloc();
+  pixSetTextline(pix.get(), font.get(), text.c_str(), 0, 0, font->baseline2, nullptr, nullptr);
+  return samples_of(pix.get(), false);
 }
 
 }  // namespace tool

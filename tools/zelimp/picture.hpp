@@ -28,6 +28,9 @@ struct Picture {
 Picture read_picture(const std::string& path, bool colour);
 Picture read_picture(const std::string& path);
 
+// The same of a file that was read; name is for messages.
+Picture decode_picture(const std::string& name, std::span<const std::byte> file, bool colour);
+
 // A copy with three planes of a picture with four, as it looks on white.
 Picture on_white(const Picture& picture);
 
@@ -54,5 +57,8 @@ Picture in_colour(const zelimp::StepImage& image);  // a copy with three planes
 // Draw on a picture with three planes; what lies outside of it is left out. outline: along the box's inner edge.
 void fill(Picture& picture, const zelimp::Box& box, Colour colour);
 void outline(Picture& picture, const zelimp::Box& box, std::uint32_t thickness, Colour colour);
+
+// A line of printable characters as a grey picture, black on white. Throws Failure.
+Picture text_line(const std::string& text);
 
 }  // namespace tool

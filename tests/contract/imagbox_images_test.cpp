@@ -69,6 +69,7 @@ std::string read_by_font(Page page, CHAR_BOX box, unsigned acceptance) {
 TEST(ImagBox, decode_by_font_and_decode_rivals) {
   Bytes text = ascii("untouched");
   NumCharFont = 0;
+  ActualFont.UnloadFont();
   EXPECT_EQ(ImageBox_Decode(nullptr, chars(text)), 0);
   EXPECT_EQ(text, ascii("untouched"));
   // Of a template, columns wide, 4 x (10 - 4)^2, 2 x 155^2 where only it has pixels, 2 x 165^2 where only the box has,
@@ -98,6 +99,7 @@ TEST(ImagBox, decode_by_font_and_decode_rivals) {
 }
 
 TEST(ImagBox, decode_distances) {
+  ActualFont.UnloadFont();
   Page black(13211, 5, 0);  // 2^32 - 1 off a white template, once four pixels are less so
   for (int i = 0; i < 4; ++i) black.at(i, 0) = std::array<std::uint8_t, 4>{224, 248, 252, 254}[i];
   train('N', Page(13211, 5));

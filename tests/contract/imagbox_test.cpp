@@ -21,6 +21,7 @@ TEST(ImagBox, init_table_and_init_from_font) {
                       MAXCHAR_HOLE,  CHAR_SPACING,   ACCEPTANCE,    CHAR_DENSITY};
   };
   CHAR_SPACING = 77;
+  ActualFont.UnloadFont();
   EXPECT_THAT(set(0), ElementsAre(28, 40, 33, 50, 4, 77, 50, 20));
   EXPECT_THAT(set(2), ElementsAre(29, 51, 33, 54, 5, 50, 0, 10));
   EXPECT_THAT(set(3), ElementsAre(3, 3, 100, 100, 10, 100, 0, 10));

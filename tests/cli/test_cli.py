@@ -48,6 +48,12 @@ REFUSALS = (
     (5, "descramble raw.tif --force -o {}", "., link"),
     (5, "process scan.tif -o - --preview {}", "raw.tif"),
     (5, "process scan.tif -o x --steps {}", "raw.tif, nowhere/x"),
+    (1, "font show {} -o x", "text, empty"),
+    (1, "font train 7=front.pnm --font seven 7={} -o x", "text, bad.png"),
+    (2, "font {}", "train front.pnm -o x, train 128=front.pnm -o x, train 00=front.pnm -o x, train =front.pnm -o x, "
+        "train 7=- 8=- -o x, merge seven -o x --on-conflict all, list"),
+    (2, "font merge seven {} -o x", "seven"),
+    (5, "font export seven -o {}", "seven, nowhere/x"),
     (6, "process {} -o x --preview y", "wide"),
     (6, "simulate {} rear.pnm -o x", "huge.pnm"),
     (6, "simulate front.pnm rear.pnm -o x --margin 10000", "the page"),
@@ -279,6 +285,35 @@ class CliTest(unittest.TestCase):
             self.assert_picture("out", pixels, mode)
             self.assertRegex(self.tool("info scan.tif").stdout, rb"(?s)300 x 300 dpi\n.*0042.*M-1")
 
+    # Codes and samples, the arithmetic, and pictures the right way up; sizes other than the first one's overlap below.
+    def test_fonts(self):
+        (self.dir / "chars").mkdir()
+        first, second, wide, odd = noise((9, 7), "L", 1), noise((9, 7), "L", 2), noise((12, 5), "L", 3), noise((3, 4), "L", 4)
+        for name, picture in (("chars/7a.png", first), ("chars/7b.png", second), ("wide.png", wide), ("chars/=.png", odd)):
+            picture.save(self.dir / name)
+        self.tool("font train chars/ 07=wide.png -o a")
+        told = self.tool("font train ==chars/=.png --font a 7=wide.png -o b --verbose").stderr
+        self.assertRegex(told, rb"wide.png: not of the template's size")
+        made = json.loads(self.tool("font list b --json").stdout)["templates"]
+        self.assertEqual([[t[key] for key in ("code", "character", "width", "height", "samples")] for t in made],
+                         [[7, None, 12, 5, 1], [55, "7", 9, 7, 3], [61, "=", 3, 4, 2]])
+        mean, below = ImageChops.add(first, second, 2), wide.crop((0, 0, 9, 5)).tobytes()
+        levels = [(2 * m + s) // 3 for m, s in zip(mean.crop((0, 2, 9, 7)).tobytes(), below, strict=True)]
+        mean.paste(Image.frombytes("L", (9, 5), bytes(levels)), (0, 2))
+        self.tool("font export b -o e")
+        self.assert_picture("e/001-code055-mean.png", mean, "mean")
+        self.assert_picture("e/002-code061-variance.png", Image.new("L", (3, 4)), "variance")
+        self.assertAlmostEqual(made[1]["mean_level"], statistics.mean(mean.tobytes()))
+        self.assertRegex(self.tool("font list -", stdin=self.read("b")).stdout, rb"(?m)^ +1 +55  '7' +9 x 7 +3 ")
+        self.tool("font train A=wide.png 7=wide.png -o c")
+        for how, width in (("first", 9), ("last", 12)):
+            self.tool(f"font merge b c -o d --force --on-conflict {how}")
+            made = json.loads(self.tool("font list d --json").stdout)["templates"]
+            self.assertEqual([(t["code"], t["width"]) for t in made], [(7, 12), (55, width), (61, 3), (65, 12)])
+        self.tool("font show d -o sheet.png")
+        sheet = self.picture("sheet.png")  # four times two images, enlarged and framed
+        self.assertEqual((sheet.mode, max(sheet.getcolors())[1]), ("L", 255))
+
     def test_version_help_and_info(self):
         self.assertRegex(self.tool("--version").stdout, rb"\Azelimp \d+\.\d+\.\d+\n\Z")
         self.assertIn(b"Examples:\n  zelimp process", self.tool("process --help").stdout)
@@ -334,6 +369,7 @@ class CliTest(unittest.TestCase):
         (self.dir / "link").symlink_to("nowhere")
         self.tool("simulate front.pnm rear.pnm -o other.tif --make Somebody")
         self.tool("simulate front.pnm rear.pnm -o colour.tif --colour")
+        self.tool("font train 7=front.pnm -o seven")
         for code, form, values in REFUSALS:
             for value in values.split(", "):
                 sentence = self.tool(form.format(value), code=code).stderr.decode()

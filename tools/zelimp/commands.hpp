@@ -15,6 +15,7 @@ void add_descramble(CLI::App& program);
 void add_process(CLI::App& program);
 void add_wrap(CLI::App& program);
 void add_describe(CLI::App& program);
+void add_font(CLI::App& program);
 
 // What every command that writes files has.
 struct Common {

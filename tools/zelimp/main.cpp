@@ -20,7 +20,9 @@ int main(int argc, char** argv) {
   signal(SIGPIPE, SIG_IGN);
   signal(SIGXFSZ, SIG_IGN);
 
-  CLI::App program("Scans of the document and cheque scanner: simulate, inspect, descramble, process, wrap.", "zelimp");
+  CLI::App program(
+      "Scans of the document and cheque scanner: simulate, inspect, descramble, process, wrap; fonts to read them.",
+      "zelimp");
   program.set_version_flag("--version", std::string("zelimp ") + zelimp::version());
   program.require_subcommand(1);
   tool::add_simulate(program);
@@ -29,6 +31,7 @@ int main(int argc, char** argv) {
   tool::add_process(program);
   tool::add_wrap(program);
   tool::add_describe(program);
+  tool::add_font(program);
   program.footer(
       "Example, from two pictures to the front face as Group 4 TIFF:\n"
       "  zelimp simulate front.png rear.png -o raw.tif --lag 8\n"

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <new>
 #include <utility>
 
 #include "exit_code.hpp"
@@ -197,6 +198,21 @@ void outline(Picture& picture, const zelimp::Box& box, std::uint32_t thickness, 
   fill(picture, {box.left, box.top + box.height - down, box.width, down}, colour);
   fill(picture, {box.left, box.top, across, box.height}, colour);
   fill(picture, {box.left + box.width - across, box.top, across, box.height}, colour);
+}
+
+Picture text_line(const std::string& text) {
+  constexpr l_int32 kPoints = 4;  // at 300 dots per inch
+  struct FontDeleter {
+    void operator()(L_Bmf* font) const { bmfDestroy(&font); }
+  };
+  const Silence silence;
+  static const std::unique_ptr<L_Bmf, FontDeleter> font(bmfCreate(nullptr, kPoints));
+  l_int32 width = 0;
+  if (!font || bmfGetStringWidth(font.get(), text.c_str(), &width) != 0) throw std::bad_alloc();
+  const PixPtr pix(pixCreate(width + font->spacewidth, font->lineheight + font->vertlinesep, 8));
+  if (!pix || pixSetAll(pix.get()) != 0) throw std::bad_alloc();
+  pixSetTextline(pix.get(), font.get(), text.c_str(), 0, 0, font->baseline2, nullptr, nullptr);
+  return samples_of(pix.get(), false);
 }
 
 }  // namespace tool

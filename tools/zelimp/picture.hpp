@@ -41,4 +41,7 @@ Picture in_colour(const zelimp::StepImage& image);  // a copy with three planes
 void fill(Picture& picture, const zelimp::Box& box, Colour colour);
 void outline(Picture& picture, const zelimp::Box& box, std::uint32_t thickness, Colour colour);
 
+// A line of printable characters as a grey picture, black on white. Throws Failure.
+Picture text_line(const std::string& text);
+
 }  // namespace tool

@@ -52,7 +52,9 @@ class NormalisedLevels {
   bool row_has_ink(std::int64_t y, std::int64_t begin, std::int64_t end, int threshold) const {
     end = std::min<std::int64_t>(end, width());
     if (y < 0 || y >= height() || begin >= end) return false;
-    return kern::ink_row(view_.row(y).subspan(begin, end - begin), threshold);
+    const std::span<const std::uint8_t> row = view_.row(static_cast<std::size_t>(y));
+    return kern::ink_row(row.subspan(static_cast<std::size_t>(begin), static_cast<std::size_t>(end - begin)),
+                         threshold);
   }
 
  private:

@@ -28,16 +28,18 @@ ZELIMP_C_END
 
 ZELIMP_API void definelocations(void);
 
-/* The value of a note, 1 to 100, as it lies: the template of ActualFont that disagrees least at its best place, if that
- * is in less than a twenty-fifth of its pixels. 0 when there is none, when a place is not inside the note, or when a
- * template that would be compared has no image or no mask. The image is not changed, apart from what Extract_image does
- * to the height of one with rows top to bottom. */
+/* The value of a note, 1 to 100, as it lies: the template of ActualFont that disagrees least, if that is in less than a
+ * twenty-fifth of its pixels. What counts is its first place below that, row by row from the lower left, and otherwise
+ * its best; a template larger than the region is left out. Templates of less than 25 pixels, and with rows top to
+ * bottom, are accepted everywhere. 0 when there is none, for a null dib, when a region is not inside the note, without
+ * memory, or when a template of an enabled class has no image or mask, or one that does not fit into the slot's size.
+ * The image is not changed, apart from what Extract_image does to the height of one with rows top to bottom. */
 ZELIMP_API int Money_Decode_Money(unsigned char* dib);
 
 /* Counts the pixels at which an image, from column x and row y on, and a template disagree. Where the mask has m, a
  * light pixel of the template (above m + 147) disagrees with one below 107 - m, a dark one (below 107 - m) with one
- * above m + 147; m from 127 on leaves a pixel out. Only pixels inside the image count. The last argument is not looked
- * at. */
+ * above m + 147; m from 127 on leaves a pixel out. The mask's rows are as long as those of the template, whatever its
+ * header says. Only pixels inside the image and the mask count; null gives 0. The last argument is not looked at. */
 ZELIMP_API int Make_Convolution(unsigned char* templ, unsigned char* image, unsigned char* mask, int x, int y,
                                 int ignored);
 

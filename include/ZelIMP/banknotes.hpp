@@ -28,26 +28,30 @@ struct NoteMatch {
   std::size_t index = 0;   // of the template in the font
   std::uint32_t code = 0;  // of the template; its class is code & 15
   int value = 0;
-  bool second = false;            // on the second image
-  bool upright = true;            // as the image was given; else turned by 180 degrees
-  Box place;                      // of the template, from the top left of the image as it was looked at
+  bool second = false;  // on the second image
+  bool upright = true;  // as the image was given; else turned by 180 degrees
+  // Where the template lay, from the top left of the image as it was looked at: the first place below the limit, row by
+  // row from the lower left, else the first of the best.
+  Box place;
   std::uint32_t disagreeing = 0;  // pixels
   std::uint32_t limit = 0;        // a twenty-fifth of the template's pixels
-  int score = 0;                  // disagreeing * 1000 / limit: below 1000 is accepted
+  // disagreeing * 1000 / limit: below 1000 is accepted. With a limit of 0, of less than 25 pixels, disagreeing itself.
+  int score = 0;
 };
 
 struct Banknote {
   int value = 0;  // 0: not recognised
-  // The winner first, then the others by score, the first in the font of equals. With a value: those on the image and
-  // in the orientation in which it was found; without: of all that were looked at.
+  // The winner first, then the others by score, of equals the one that was looked at first. With a value: those on the
+  // image and in the orientation in which it was found; without: of all that were looked at.
   std::vector<NoteMatch> matches;
 };
 
-// The value of a note, tried as ZelIMPMoneyGetValue does: second image, the same turned, first image, the same turned;
-// the first that is recognised. Images are 8-bit DIBs or whole bitmap files, not changed; empty ones are left out. A
-// template of a class that is not enabled, that was deleted, or that is larger than its region is not compared. Throws
-// not_loaded when a DIB does not lie within its bytes, unsupported for other depths or compressed rows, bad_argument
-// when the region of an enabled class of which there are templates is not inside an image, over_limit.
+// The value of a note, tried as ZelIMPMoneyGetValue does: second image, the same turned (ImageBox_Rotate180), first
+// image, the same turned; the first that is recognised. Images are 8-bit DIBs or whole bitmap files, not changed; empty
+// ones are left out. A template of a class that is not enabled, that was deleted, or that is larger than its region is
+// not compared. Throws not_loaded when a DIB does not lie within its bytes, unsupported for other depths or compressed
+// rows, over_limit; bad_argument when the region of an enabled class of which there are templates is not inside an
+// image (see Extract_image), and when such a template has its rows top to bottom or a mask of another size.
 ZELIMP_API Banknote read_banknote(std::span<const std::byte> first, std::span<const std::byte> second,
                                   const Font& templates, const NoteLocations& locations = usual_locations(),
                                   const Limits& limits = {});

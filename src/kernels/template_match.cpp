@@ -5,17 +5,21 @@
 namespace zel::kern {
 namespace {
 
-constexpr std::uint8_t kLight = 0x80, kDark = 0x7F;  // order as signed bytes, upright and turned over
-constexpr std::uint8_t kNever = 0x80;                // -128
+constexpr std::uint8_t kUpright = 0x80, kTurned = 0x7F;  // bytes then order as signed ones, dark or light first
+constexpr std::uint8_t kNever = 0x80;                    // -128
 
-// One row. Without branches, so that the compiler can take all pixels at once.
-void prepare(const std::uint8_t* templ, const std::uint8_t* mask, std::size_t width, std::uint8_t* flip,
-             std::uint8_t* bound) {
+// One row. In bytes and without branches, so that the compiler can take many pixels at once.
+void prepare(const std::uint8_t* __restrict templ, const std::uint8_t* __restrict mask, std::size_t width,
+             std::uint8_t* __restrict flip, std::uint8_t* __restrict bound) {
   for (std::size_t c = 0; c < width; ++c) {
-    const int high = std::min(mask[c] + 147, 255), low = std::max(107 - mask[c], 0);
-    const bool light = templ[c] > high, dark = templ[c] < low;
-    flip[c] = dark ? kDark : kLight;
-    bound[c] = static_cast<std::uint8_t>(dark ? high ^ kDark : light ? low ^ kLight : kNever);
+    const std::uint8_t trust = std::min<std::uint8_t>(mask[c], 108);
+    const auto high = static_cast<std::uint8_t>(trust + 147);
+    const auto low = static_cast<std::uint8_t>(std::max<std::uint8_t>(107, trust) - trust);
+    const auto dark = static_cast<std::uint8_t>(-(templ[c] < low)),
+               light = static_cast<std::uint8_t>(-(templ[c] > high));
+    flip[c] = dark ^ kUpright;
+    // An exclusive or with kNever is one with kUpright, which the byte of a light pixel has to be given anyway.
+    bound[c] = static_cast<std::uint8_t>((((high ^ 255) & dark) | (low & light)) ^ kNever);
   }
 }
 

@@ -82,7 +82,7 @@ TEST(Money, money_templates_that_always_match_and_limits) {
 
 TEST(Money, money_one_bad_slot_refuses_all_and_money_mask_has_rows_of_the_template) {
   for (const int bad : {0, 1, 2, 3, 4}) {  // in the second slot: nothing; too large, first of another class; missing
-    use(1, kFigure, kTrusted), add(bad == 1 ? 2 : 17, kFigure, kTrusted);
+    use(1, kFigure, kTrusted), add(bad == 1 ? 2 : 17, bad == 2 ? grey(67, 62, 0) : kFigure, kTrusted);
     FontSlot& slot = ActualFont.slots[1];
     if (bad == 1 || bad == 2) --slot.size;
     if (bad == 3) std::free(slot.image), slot.image = nullptr;

@@ -43,6 +43,7 @@
 #include "kernels/run_scan.hpp"
 #include "kernels/second_darkest.hpp"
 #include "kernels/shear.hpp"
+#include "kernels/template_match.hpp"
 #include "pages.hpp"
 #include "support/punched_line.hpp"
 
@@ -338,6 +339,76 @@ void add_holes() {
   });
 }
 
+// Templates of 60 x 55 pixels over their region, 66 x 62: 56 places each, all counted to the end. As many templates as
+// make a time that can be measured; the counters are of the templates' pixels.
+void add_template_match() {
+  constexpr std::size_t kTemplates = 64, kWidth = 60, kHeight = 55, kColumns = 7, kRows = 8;
+  static const Page templates = {
+      "60x55 in 66x62",
+      kWidth,
+      kHeight * kTemplates,
+      {page(Kind::noise).grey.begin(), page(Kind::noise).grey.begin() + kWidth * kHeight * kTemplates}};
+  for (const auto& variant : kern::kTemplateMatch) {
+    if (!cpu_has(variant.isa)) continue;  // told by other rows
+    benchmark::RegisterBenchmark(
+        (std::string("template_match/") + variant.name + '/' + templates.name).c_str(),
+        [run = variant.run](benchmark::State& state) {
+          const std::size_t width = kern::bounds_width(kWidth);
+          Bytes bounds(2 * width * templates.height), copy(templates.grey.size()), mask(templates.grey.size(), 20);
+          const ConstView region(page(Kind::noise).grey.data(), width + kColumns, kHeight + kRows);
+          const MutableView all(bounds.data(), 2 * width, templates.height);
+          kern::template_bounds({templates.grey.data(), kWidth, templates.height},
+                                {mask.data(), kWidth, templates.height}, all);
+          std::vector<std::uint32_t> counts(kColumns);
+          measure(
+              state, templates, templates.grey, copy, [] {},
+              [&] {
+                for (std::size_t r = 0; r < kTemplates * kRows; ++r) {
+                  run(region.part(r % kRows, 0, kHeight, width + kColumns),
+                      ConstView(all).part(r / kRows * kHeight, 0, kHeight, 2 * width), counts);
+                }
+              });
+          benchmark::DoNotOptimize(counts.data());
+        })
+        ->UseManualTime()
+        ->Unit(benchmark::kMillisecond);
+  }
+}
+
+// A search that finds nothing: eight templates, two faces, both orientations.
+void add_banknotes() {
+  benchmark::RegisterBenchmark(
+      "ZelIMPMoneyGetValue/not found",
+      [](benchmark::State& state) {
+        const auto dib = [](std::size_t width, std::size_t height, std::size_t from) {
+          const auto begin = page(Kind::noise).grey.begin() + static_cast<std::ptrdiff_t>(from);
+          const Bytes file = test::bitmap_file(static_cast<int>(width), static_cast<int>(height),
+                                               {begin, begin + static_cast<std::ptrdiff_t>(width * height)});
+          return Bytes(file.begin() + 14, file.end());
+        };
+        for (std::size_t k = 0; k < 8; ++k) {
+          Bytes templ = dib(60, 55, 4000 * k + 9), mask = dib(60, 55, 40000);
+          std::fill(mask.begin() + 1064, mask.end(), std::uint8_t{20});
+          const int code = static_cast<int>(16 * k) + 1;
+          ZelIMPAdd_Char(code, reinterpret_cast<char*>(templ.data()));
+          ZelIMPAdd_Mask(code, reinterpret_cast<char*>(mask.data()));
+        }
+        Bytes first = dib(1400, 620, 1), second = dib(1400, 620, 2);
+        Page both = {"faces", 1400, 1240, first};
+        both.grey.insert(both.grey.end(), second.begin(), second.end());
+        Bytes copy(both.grey.size());
+        unsigned char told[3];
+        measure(
+            state, both, both.grey, copy, [] {},
+            [&] {
+              if (ZelIMPMoneyGetValue(first.data(), second.data(), &told[0], &told[1], &told[2]) != 0) std::abort();
+            });
+        ZelIMPUnloadAllRecognizers();
+      })
+      ->UseManualTime()
+      ->Unit(benchmark::kMillisecond);
+}
+
 }  // namespace
 }  // namespace zel::bench
 
@@ -347,6 +418,8 @@ int main(int argc, char** argv) {
   zel::bench::add_resampling();
   zel::bench::add_pipeline();
   zel::bench::add_holes();
+  zel::bench::add_template_match();
+  zel::bench::add_banknotes();
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   benchmark::RunSpecifiedBenchmarks();

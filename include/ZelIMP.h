@@ -21,7 +21,7 @@
  *   ZelIMP/ResampleBitmap.h     CreateResampledBitmap                                                          x
  *   ZelIMP/Dibapi.h             bitmaps in memory and their files                                              x
  *   ZelIMP/FontAPI.h            FontAPI, ActualFont                                                            x
- *   ZelIMP/MoneyDecode.h        Image_Equalize                                                                 x
+ *   ZelIMP/MoneyDecode.h        USDloc; in C++ banknotes, Image_Equalize                                         x  x
  *   ZelIMP/ZelIMP_writers.h     ProcessTIFF_JPG, ProcessJFIF_JPG                                               x
  *   ZelIMP/linux_win.h          temporary path, debug log, CPU-time measurement                                x
  *
@@ -36,6 +36,7 @@
 #include <ZelIMP/CropParam.h>
 #include <ZelIMP/HRFF.h>
 #include <ZelIMP/ImagBox.h>
+#include <ZelIMP/MoneyDecode.h>
 #include <ZelIMP/ResampleInterface.h>
 #include <ZelIMP/ZelIMP_mono.h>
 #include <ZelIMP/ZelIMP_pipeline.h>
@@ -49,7 +50,6 @@
 #include <ZelIMP/FontAPI.h>
 #include <ZelIMP/Group4Compression.h>
 #include <ZelIMP/ManageTIFF.h>
-#include <ZelIMP/MoneyDecode.h>
 #include <ZelIMP/ResampleBitmap.h>
 #include <ZelIMP/TiffHeader.h>
 #include <ZelIMP/TiffImage.h>

@@ -291,6 +291,7 @@ ZELIMP_API const char* version() noexcept;
 }  // namespace zelimp
 
 #include <ZelIMP/Font.hpp>
+#include <ZelIMP/banknotes.hpp>
 #include <ZelIMP/holes.hpp>
 
 #endif

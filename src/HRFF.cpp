@@ -74,6 +74,33 @@ const char* told(const FaceReading& face, const char* failed, const char* missin
   return missing;
 }
 
+// What is told of a banknote; null: not wanted.
+struct NoteResult {
+  unsigned char* value;
+  unsigned char* side;
+  unsigned char* upright;
+
+  void tell(unsigned char* field, int what) const {
+    if (field != nullptr) *field = static_cast<unsigned char>(what);
+  }
+};
+
+// One image of a note in both orientations.
+int read_note(unsigned char* image, int side, const NoteResult& result) {
+  int found = Money_Decode_Money(image);
+  const bool upright = found > 0;
+  if (!upright) {
+    // KEPT: the image stays turned: test money_get_value_and_what_it_leaves.
+    ImageBox_Rotate180(reinterpret_cast<char*>(image));
+    found = Money_Decode_Money(image);
+  }
+  if (found > 0) result.tell(result.value, found);
+  // KEPT: told also of an image that is not recognised: test money_get_value_and_what_it_leaves.
+  result.tell(result.side, side);
+  result.tell(result.upright, upright ? 1 : 0);
+  return found;
+}
+
 }  // namespace
 
 int compare_faces(const FaceReading& front, const FaceReading& rear, char* result) {
@@ -162,3 +189,16 @@ int Mix_FrontRear(unsigned char* front, unsigned char* rear, int x, int y, int w
       Convolute_images(reinterpret_cast<char*>(front_zone.get()), reinterpret_cast<char*>(rear_zone.get())));
   return both == nullptr ? 0 : zel::read_line(both, out, outlen);
 }
+
+int ZelIMPMoneyGetValue(unsigned char* firstImage, unsigned char* secondImage, unsigned char* value,
+                        unsigned char* side, unsigned char* upright) {
+  const zel::NoteResult result = {value, side, upright};
+  int found = 0;
+  if (secondImage != nullptr) found = zel::read_note(secondImage, 1, result);
+  if (found == 0 && firstImage != nullptr) found = zel::read_note(firstImage, 0, result);
+  return found;
+}
+
+int ZelIMPMoneyValidateMoney() { return 0; }
+int ZelIMPMoneyGetSerial() { return 0; }
+int ZelIMPDefineBNotes() { return 0; }

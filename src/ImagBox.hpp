@@ -70,6 +70,15 @@ struct DecodedHole {
 std::vector<DecodedHole> decode_holes(const GreyDib& image, std::span<const CHAR_BOX> boxes,
                                       std::span<const std::uint8_t, 350> glyphs);
 
+// A part of an image as Extract_image takes it: y from the bottom of the picture, sizes as they are.
+struct Zone {
+  std::int64_t x, y, width, height;
+};
+
+// Extract_image, without a trace in the image. Null without memory, and where there is no such zone.
+bool has_zone(const GreyDib& image, const Zone& zone);
+unsigned char* cut_zone(const GreyDib& image, const Zone& zone);
+
 // The characters with spaces by the pitch rule, at most 127 in all.
 std::string spaced(std::span<const char> characters, std::span<const CHAR_BOX> boxes);
 

@@ -7,19 +7,14 @@
 #include <cstdint>
 #include <span>
 
-#include "Dibapi.hpp"
+#include "ImagBox.hpp"
 #include "base/bytes.hpp"
 #include "kernels/half_turn.hpp"
 
+namespace zel {
 namespace {
 
-using namespace zel;
-
 constexpr std::size_t kHeightField = 8;  // of a 40-byte header, which every image with rows top to bottom has
-
-struct Zone {
-  std::int64_t x, y, width, height;  // y from the bottom of the picture
-};
 
 // The zone's rows as they lie in the image: the one that becomes row 0, and the step to the next.
 struct Rows {
@@ -28,6 +23,8 @@ struct Rows {
 };
 
 std::optional<Rows> rows_of(const Zone& zone, const GreyDib& image) {
+  const auto width = static_cast<std::int64_t>(image.pixels.width());
+  if (zone.x < 0 || zone.y < 0 || zone.width < 0 || zone.height < 0 || zone.x + zone.width > width) return {};
   const auto height = static_cast<std::int64_t>(image.pixels.height());
   if (!image.top_down) {
     if (zone.y + zone.height > height) return {};
@@ -41,9 +38,15 @@ std::optional<Rows> rows_of(const Zone& zone, const GreyDib& image) {
   return Rows{height - zone.y, -1};
 }
 
-unsigned char* cut(const GreyDib& image, const Zone& zone) {
-  const auto width = static_cast<std::int64_t>(image.pixels.width());
-  if (zone.x < 0 || zone.y < 0 || zone.width < 0 || zone.height < 0 || zone.x + zone.width > width) return nullptr;
+void mirror(std::span<std::uint8_t> row) {
+  kern::exchange_turned(row.first(row.size() / 2), row.last(row.size() / 2), 1);
+}
+
+}  // namespace
+
+bool has_zone(const GreyDib& image, const Zone& zone) { return rows_of(zone, image).has_value(); }
+
+unsigned char* cut_zone(const GreyDib& image, const Zone& zone) {
   const std::optional<Rows> rows = rows_of(zone, image);
   if (!rows) return nullptr;
   unsigned char* const dib =
@@ -61,11 +64,9 @@ unsigned char* cut(const GreyDib& image, const Zone& zone) {
   return dib;
 }
 
-void mirror(std::span<std::uint8_t> row) {
-  kern::exchange_turned(row.first(row.size() / 2), row.last(row.size() / 2), 1);
-}
+}  // namespace zel
 
-}  // namespace
+using namespace zel;
 
 unsigned char* Extract_image(unsigned char* dib, int x, int y, int w, int h) {
   const auto image = grey_dib(dib);
@@ -75,7 +76,7 @@ unsigned char* Extract_image(unsigned char* dib, int x, int y, int w, int h) {
   // KEPT: of an image with rows top to bottom that gives no zone the height stays positive: test
   // extract_image_top_down.
   if (image->top_down) store_u32(dib + kHeightField, static_cast<std::uint32_t>(image->pixels.height()));
-  unsigned char* const part = cut(*image, zone);
+  unsigned char* const part = cut_zone(*image, zone);
   if (image->top_down && part != nullptr) {
     store_u32(dib + kHeightField, static_cast<std::uint32_t>(image->facts.height));
   }

@@ -1,11 +1,23 @@
-// Module MoneyDecode: the contrast stretch.
+// Module MoneyDecode: the contrast stretch, and templates of banknotes.
 
+#include <ZelIMP/FontAPI.h>
 #include <ZelIMP/MoneyDecode.h>
 
-#include <array>
+#include <algorithm>
+#include <limits>
+#include <new>
+#include <optional>
+#include <span>
 
+#include "FontAPI.hpp"
+#include "ImagBox.hpp"
 #include "MoneyDecode.hpp"
+#include "base/allocated.hpp"
+#include "base/checked.hpp"
 #include "kernels/histogram.hpp"
+#include "kernels/template_match.hpp"
+
+LOCATION USDloc[zel::kNoteClasses];
 
 namespace zel {
 namespace {
@@ -33,6 +45,58 @@ Levels stretched(int low, int high) {
   return to;
 }
 
+// A template as it is compared: the bounds of its pixels.
+struct Bounds {
+  std::vector<std::uint8_t> bytes;
+  ConstView view;
+};
+
+// None when what is read of the image or the mask is not within its block.
+std::optional<Bounds> bounds_of(const NoteTemplate& note) {
+  const MutableView image = pixels_within(note.image, note.bytes);
+  const std::span<std::uint8_t> mask = tail_within(note.mask, note.bytes);
+  // KEPT: the mask's rows lie as far apart as those of the template, whatever its own header says: test
+  // money_mask_has_rows_of_the_template.
+  if (image.empty() || mask.size() < image.stride() * (image.height() - 1) + image.width()) return std::nullopt;
+  const std::size_t width = 2 * kern::bounds_width(image.width());
+  Bounds bounds = {std::vector<std::uint8_t>(checked_mul(width, image.height())), {}};
+  const MutableView view(bounds.bytes.data(), width, image.height());
+  kern::template_bounds(image, {mask.data(), image.width(), image.height(), image.stride()}, view);
+  bounds.view = view;
+  return bounds;
+}
+
+// Counts at all places of one row. Where no count is below the ceiling they may be incomplete.
+void count_row(ConstView region, ConstView bounds, std::size_t row, std::uint32_t ceiling,
+               std::span<std::uint32_t> counts) {
+  constexpr std::size_t kRows = 8;  // between two looks at the counts
+  const std::size_t columns = bounds.width() / 2 + counts.size() - 1;
+  std::ranges::fill(counts, 0);
+  for (std::size_t r = 0; r < bounds.height(); r += kRows) {
+    const std::size_t rows = std::min(kRows, bounds.height() - r);
+    kern::template_match(region.part(row + r, 0, rows, columns), bounds.part(r, 0, rows, bounds.width()), counts);
+    if (std::ranges::min(counts) >= ceiling) return;
+  }
+}
+
+// Fills in the best place among rows x columns of them. A count from `ceiling` on is none.
+bool search(const NoteRegion& region, const Bounds& bounds, std::size_t rows, std::size_t columns,
+            std::uint32_t ceiling, NoteComparison& found) {
+  std::vector<std::uint32_t> counts(columns);
+  bool any = false;
+  for (std::size_t row = 0; row < rows; ++row) {
+    count_row(region.pixels(), bounds.view, row, ceiling, counts);
+    for (std::size_t column = 0; column < columns; ++column) {
+      if (counts[column] >= ceiling) continue;
+      any = true;
+      found.disagreeing = ceiling = counts[column];
+      found.row = static_cast<int>(row), found.column = static_cast<int>(column);
+      if (ceiling < static_cast<std::uint32_t>(found.limit)) return true;
+    }
+  }
+  return any;
+}
+
 }  // namespace
 
 int equalize(const GreyDib& image) {
@@ -54,9 +118,129 @@ int equalize(const GreyDib& image) {
   return static_cast<int>(sum / pixels);
 }
 
+NoteRegion::NoteRegion(const GreyDib& cut)
+    : width_(static_cast<int>(cut.pixels.width())),
+      height_(static_cast<int>(cut.pixels.height())),
+      stride_(cut.pixels.width() + kern::bounds_width(1)),
+      pixels_(checked_mul(stride_, cut.pixels.height())) {
+  equalize(cut);
+  for (std::size_t r = 0; r < cut.pixels.height(); ++r) {
+    std::ranges::copy(cut.pixels.row(r), pixels_.begin() + static_cast<std::ptrdiff_t>(r * stride_));
+  }
+}
+
+bool NoteTemplate::complete() const {
+  const auto fits = [this](const unsigned char* dib) {
+    const auto facts = facts_within(dib, bytes);
+    return facts && dib_bytes(*facts) <= bytes;
+  };
+  return fits(image) && fits(mask);
+}
+
+NoteComparison compare(const NoteRegion& region, const NoteTemplate& note, Aim aim) {
+  using enum NoteComparison::Outcome;
+  const DibFacts facts = dib_facts(note.image);
+  if (facts.width > region.width() || facts.height > region.height()) return {too_large};
+  // KEPT: a template without pixels has nothing to disagree with and is accepted on every note. That is also one with
+  // rows top to bottom, of a negative height: test money_templates_that_always_match.
+  if (facts.width < 1 || facts.height < 1) return {compared};
+  const std::optional<Bounds> bounds = bounds_of(note);
+  if (!bounds) return {incomplete};
+
+  NoteComparison found = {compared};
+  found.limit = facts.width * facts.height / 25;
+  const bool narrow = aim == Aim::acceptance && found.limit > 0;  // nothing from the limit on would be accepted
+  const std::uint32_t ceiling =
+      narrow ? static_cast<std::uint32_t>(found.limit) : std::numeric_limits<std::uint32_t>::max();
+  const auto rows = static_cast<std::size_t>(region.height() - facts.height + 1);
+  const auto columns = static_cast<std::size_t>(region.width() - facts.width + 1);
+  if (!search(region, *bounds, rows, columns, ceiling, found)) return {refused};
+  // KEPT: templates of less than 25 pixels have a limit of 0. Their score stays the count, at most 24, so that each of
+  // them is accepted on every note: test money_templates_that_always_match.
+  const auto count = static_cast<std::int64_t>(found.disagreeing);
+  found.score = static_cast<int>(found.limit == 0 ? count : count * 1000 / found.limit);
+  return found;
+}
+
+namespace {
+
+// None when the place is not inside the image, and without memory.
+std::optional<NoteRegion> region_at(unsigned char* dib, const LOCATION& place) {
+  const DibFacts facts = dib_facts(dib);
+  const int x = place.x < 0 ? wrap_add(place.x, facts.width) : place.x;
+  const int y = place.y < 0 ? wrap_sub(facts.height, place.y) : place.y;
+  const Allocated cut(Extract_image(dib, x, y, place.width, place.height));
+  const auto image = grey_dib(cut.get());
+  if (!image) return std::nullopt;
+  return NoteRegion(*image);
+}
+
+int note_value(unsigned char* dib, std::span<const FontSlot> font) {
+  std::array<std::optional<NoteRegion>, kNoteClasses> regions;  // each is cut once
+  int least = kMostNoteScore + 1, value = 0;
+  for (const FontSlot& slot : font) {
+    const std::uint32_t of = note_class(slot.code);
+    if (of >= kNoteClasses || USDloc[of].enabled == 0) continue;
+    if (!regions[of]) regions[of] = region_at(dib, USDloc[of]);
+    const NoteTemplate note = {slot.image, slot.variance, slot.size};
+    // KEPT: one slot without image or mask refuses every note, also one that an earlier slot has matched: test
+    // money_one_bad_slot_refuses_all.
+    if (!regions[of] || !note.complete()) return 0;
+    const NoteComparison comparison = compare(*regions[of], note, Aim::acceptance);
+    if (comparison.outcome == NoteComparison::Outcome::incomplete) return 0;
+    if (comparison.outcome != NoteComparison::Outcome::compared || comparison.score >= least) continue;
+    least = comparison.score;
+    value = kNoteValues[of];
+  }
+  return value;
+}
+
+// The pixels of a DIB that tells the truth about its size.
+MutableView own_pixels(unsigned char* dib) {
+  if (dib == nullptr) return {};
+  return pixels_within(dib, dib_bytes(dib_facts(dib)));
+}
+
+}  // namespace
 }  // namespace zel
 
 int Image_Equalize(unsigned char* dib) {
   const auto image = zel::grey_dib(dib);
   return image ? zel::equalize(*image) : 0;
+}
+
+void definelocations() {
+  constexpr LOCATION kLocations[] = {{0, 38, 267, 86, 92},   {1, 38, 300, 66, 62},    {0, -144, 30, 114, 172},
+                                     {0, -149, 39, 120, 95}, {0, -155, 40, 140, 100}, {0, -155, 40, 140, 100},
+                                     {0, 715, 55, 140, 295}};
+  std::ranges::copy(kLocations, USDloc);
+}
+
+int Money_Decode_Money(unsigned char* dib) try {
+  definelocations();
+  const int count = std::clamp(int{ActualFont.count}, 0, zel::kMostSlots);
+  if (dib == nullptr) return 0;
+  return zel::note_value(dib, {ActualFont.slots, static_cast<std::size_t>(count)});
+} catch (const std::bad_alloc&) {
+  return 0;
+}
+
+int Make_Convolution(unsigned char* templ, unsigned char* image, unsigned char* mask, int x, int y, int) {
+  const zel::ConstView pattern = zel::own_pixels(templ), pixels = zel::own_pixels(image);
+  if (mask == nullptr) return 0;
+  const std::span<const std::uint8_t> trust = zel::tail_within(mask, zel::dib_bytes(zel::dib_facts(mask)));
+  int count = 0;
+  for (std::size_t r = 0; r < std::min(pattern.height(), pixels.height()); ++r) {
+    for (std::size_t c = 0; c < std::min(pattern.width(), pixels.width()); ++c) {
+      const std::size_t at = r * pattern.stride() + c;
+      // A negative place is one beyond the image.
+      const auto row = static_cast<std::size_t>(zel::wrap_add(y, static_cast<int>(r)));
+      const auto column = static_cast<std::size_t>(zel::wrap_add(x, static_cast<int>(c)));
+      if (at >= trust.size() || row >= pixels.height() || column >= pixels.width() || trust[at] >= 127) continue;
+      const int high = trust[at] + 147, low = 107 - trust[at];
+      const int wanted = pattern.row_ptr(r)[c], level = pixels.row_ptr(row)[column];
+      if (wanted > high ? level < low : wanted < low && level > high) ++count;
+    }
+  }
+  return count;
 }

@@ -6,6 +6,10 @@
 
 namespace zelimp {
 
+namespace detail {
+struct FontSlots;
+}
+
 // What a font tells about one of its templates. Images are its bytes as the arithmetic takes them, whatever their
 // palettes say; top row first.
 struct FontCharacter {
@@ -62,6 +66,7 @@ class ZELIMP_API Font {
 
  private:
   struct Slot;
+  friend detail::FontSlots;
   std::vector<Slot> slots_;
 };
 

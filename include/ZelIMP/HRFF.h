@@ -39,6 +39,20 @@ ZELIMP_API int ZelIMPAdd_Mask(int code, char* dib);
  * is missing or larger than its slot says. Names are cut at 127 characters. Returns 0. */
 ZELIMP_API int ZelIMPGetFontImages(char* prefix);
 
+/* The value of a banknote, 1 to 100, or 0: Money_Decode_Money (<ZelIMP/MoneyDecode.h>) of the second image, of the same
+ * turned by 180 degrees, then of the first image in both ways. A null image is left out.
+ *   value    written when there is one; each of the three may be null
+ *   side     1 second image, 0 first; upright: 1 as it lies, 0 turned. Of the last image that was tried: not written
+ *            before an image has been turned or recognised
+ * An image that was turned stays so. */
+ZELIMP_API int ZelIMPMoneyGetValue(unsigned char* firstImage, unsigned char* secondImage, unsigned char* value,
+                                   unsigned char* side, unsigned char* upright);
+
+/* There for old callers: return 0. */
+ZELIMP_API int ZelIMPMoneyValidateMoney(void);
+ZELIMP_API int ZelIMPMoneyGetSerial(void);
+ZELIMP_API int ZelIMPDefineBNotes(void);
+
 ZELIMP_C_END
 
 #ifdef __cplusplus

@@ -6,6 +6,7 @@
 
 #include "FontAPI.hpp"
 #include "base/bytes.hpp"
+#include "checked/font_slots.hpp"
 #include "checked/scan_input.hpp"
 
 namespace zelimp {
@@ -132,15 +133,6 @@ class Reader {
 };
 
 }  // namespace
-
-// The images as in the file: DIBs that have been checked, of one size.
-struct Font::Slot {
-  std::uint32_t width;  // of the first sample, as the record says
-  std::int32_t height;
-  std::uint32_t code;
-  std::uint16_t samples;
-  std::vector<std::byte> mean, variance;
-};
 
 Font::Font() = default;
 Font::Font(const Font&) = default;

@@ -29,6 +29,7 @@
 #include "kernels/run_scan.hpp"
 #include "kernels/second_darkest.hpp"
 #include "kernels/shear.hpp"
+#include "kernels/template_match.hpp"
 
 namespace zel::test {
 namespace {
@@ -456,6 +457,26 @@ TEST(Kernels, resample) {
       ASSERT_EQ(average, 255) << variant.name << ", " << n << " samples";
     }
   }
+}
+
+TEST(Kernels, template_match) {
+  for_all(kern::kTemplateMatch, 6, [](auto run, const Shape& s, Random& random) {
+    const std::size_t places = 1 + random.below(9), width = kern::bounds_width(s.width);
+    const GuardedImage templ(s.width, s.height, s, &random), mask(s.width, s.height, s, &random);
+    const GuardedImage image(width + places - 1, s.height, s, &random), bounds(2 * width, s.height, s);
+    const std::size_t trust = 1 + random.below(20);
+    for (std::uint8_t& m : mask.bytes()) m = static_cast<std::uint8_t>(m / trust);
+    if (random.below(4) == 0) std::ranges::fill(templ.bytes(), 255), std::ranges::fill(image.bytes(), 0);
+    std::vector<std::uint32_t> wanted(places, 7), counts = wanted;
+    for (std::size_t i = 0; i < s.width * s.height * places; ++i) {
+      const std::size_t r = i / places / s.width, c = i / places % s.width, k = i % places;
+      const int high = mask.at(r, c) + 147, low = 107 - mask.at(r, c), p = templ.at(r, c), t = image.at(r, c + k);
+      if (mask.at(r, c) < 127) wanted[k] += (p > high && t < low) || (p <= high && p < low && t > high) ? 1 : 0;
+    }
+    kern::template_bounds(templ.view, mask.view, bounds.view);
+    run(image.view, bounds.view, counts);
+    return AssertionResult(counts == wanted);
+  });
 }
 
 }  // namespace

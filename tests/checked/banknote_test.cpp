@@ -1,0 +1,76 @@
+// Banknotes through the checked interface: scores and places, the value of the flat call, a refusal of what is wrong.
+#include <ZelIMP.h>
+#include <ZelIMP.hpp>
+#include <gtest/gtest.h>
+
+#include "support/dib_builder.hpp"
+#include "support/punched_line.hpp"
+
+namespace {
+
+using namespace zel::test;
+using zelimp::Font;
+
+std::span<const std::byte> input(const Bytes& file) { return std::as_bytes(std::span(file)); }
+
+// A black and white picture, top row first.
+Bytes picture(int size) {
+  Bytes pixels;
+  for (int x = 0, y = 0; y < size; x = (x + 1) % size, y += x == 0 ? 1 : 0) {
+    pixels.push_back((x * x * 31 + y * y * 17 + x * y * 7) / 97 % 2 == 0 ? 0 : 255);
+  }
+  return pixels;
+}
+
+// A note of 300 x 400 with one of 160 x 160 at column and row 40; so many of its lowest pixels are wrong.
+Bytes note(std::size_t wrong, bool turned = false) {
+  Bytes rows(300 * 400, 128), inside = picture(160);
+  for (std::size_t k = 25600 - wrong; k < 25600; ++k) inside[k] ^= 255;
+  for (std::size_t r = 0; r < 160; ++r) std::copy_n(&inside[160 * r], 160, &rows[(359 - r) * 300 + 40]);
+  if (turned) std::ranges::reverse(rows);
+  return bitmap_file(300, 400, rows);
+}
+
+TEST(Banknotes, tell_scores_and_places_as_the_flat_call_decides) {
+  zelimp::NoteLocations locations;
+  locations[5] = {true, -262, -202, 164, 164};
+  Font font, corner;  // the upper left one of the picture is where class 1 is looked for
+  for (const std::uint32_t code : {5, 21, 8}) font.train(code, {160, 160, input(picture(160))});
+  const auto close = zelimp::read_banknote(input(note(1023)), {}, font, locations).matches;
+  const auto none = zelimp::read_banknote(input(note(1024)), {}, font, locations);
+  EXPECT_TRUE(close.size() == 2 && close[0].value == 50 && close[0].score == 999 && close[1].index == 1);
+  EXPECT_TRUE(none.value == 0 && none.matches.size() == 4 && none.matches[1].score == 1000);
+  corner.train(17, {50, 50, input(picture(50))});
+  auto file = corner.save();
+  ActualFont.Add_Char(17, reinterpret_cast<char*>(&file[18]));
+  Bytes images[] = {note(0), note(0, true), bitmap_file(300, 400, Bytes(120000, 9))};
+  for (const std::size_t kind : {0, 1, 2, 3, 4, 5, 6, 7}) {
+    Bytes first = images[kind % 3], second = images[kind / 3];
+    const auto found = zelimp::read_banknote(input(first), input(second).subspan(14), corner);
+    const zelimp::NoteMatch match = found.matches.at(0);
+    unsigned char told[3] = {};
+    EXPECT_EQ(ZelIMPMoneyGetValue(&first[14], &second[14], told, told + 1, told + 2), found.value);
+    EXPECT_TRUE(told[0] == match.value && match.second == (told[1] != 0) && match.upright == (told[2] != 0)) << kind;
+    EXPECT_TRUE(match.place.left == 40 && match.place.top == 40 && match.score == 0 && match.limit == 100) << kind;
+  }
+  ActualFont.UnloadFont();
+}
+
+TEST(Banknotes, refuse_what_does_not_fit_together) {
+  const Bytes file = note(0), image = grey_dib(6, 2, 1), turned = grey_dib(6, -2, 1);
+  zelimp::NoteLocations locations;
+  const auto read = [&](const Bytes& font) {
+    return zelimp::read_banknote({}, input(file), Font::load(input(font)), locations).value;
+  };
+  for (const auto& [x, y, width] : {std::array{235, 0, 66}, {0, 339, 66}, {-301, 0, 66}, {0, -401, 66}, {0, 0, 0}}) {
+    locations[1] = {true, x, y, static_cast<std::uint32_t>(width), 62};
+    EXPECT_THROW(read(plain_record(1, 1, 1, 1)), zelimp::Error) << x << ' ' << y;
+    EXPECT_EQ(read(plain_record(2, 1, 1, 1)), 0);
+  }
+  locations[1] = {true, 0, 0, 66, 62};
+  EXPECT_EQ(read(plain_record(1, 1, 1, 1)), 2);
+  EXPECT_THROW(read(font_record(6, -2, 1, 1, turned, turned)), zelimp::Error);
+  EXPECT_THROW(read(font_record(6, 2, 1, 1, image, grey_dib(5, 2, 1))), zelimp::Error);
+}
+
+}  // namespace

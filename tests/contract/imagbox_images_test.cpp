@@ -32,9 +32,13 @@ TEST(ImagBox, holes_lower_digit_wins_and_spaces_by_pitch) {
   EXPECT_EQ(read(punched({10, 60, 110, 160, 210, 260, 310, 360, 410, 460}, "0123456789")), "0123456789");
   EXPECT_EQ(read(punched({10, 40, 70, 160}, "1234")), "123  4");  // a pitch of 37, a limit of 49
   EXPECT_EQ(read(punched({10, 60, 110, 160}, "1234")) + read(punched({10, 60}, "12")), "1 2 3 41  2");
-  EXPECT_EQ(read(punched({10, 60, 110, 160, 210}, "12345")), "12345");
+  EXPECT_EQ(read(punched({10, 60, 110, 160, 213}, "12345")), "12345");  // 40, 53
+  EXPECT_EQ(read(punched({10, 60, 110, 160, 214}, "12345")), "1234 5");
   EXPECT_EQ(read(punched({60, 10}, "12")) + read(punched({10}, "7")) + read(punched({}, "")), "127");
-  Page page = punched({10}, "8");
+  Page page = punched({10}, "8"), flat = page;
+  for (int i = 0; i < 80; ++i)
+    std::transform(&flat.at(0, i), &flat.at(699, i), &flat.at(0, i), [](int p) { return p < 250 ? 100 : 200; });
+  EXPECT_EQ(read(flat), "8");  // by the lightest threshold
   const Bytes font(MicroholesFont, MicroholesFont + 350);
   MicroholesFont[35 * 8] = 2;  // unlike any cell
   EXPECT_EQ(read(page), "8");
@@ -65,17 +69,21 @@ std::string read_by_font(Page page, CHAR_BOX box, unsigned acceptance) {
 TEST(ImagBox, decode_by_font_and_decode_rivals) {
   Bytes text = ascii("untouched");
   NumCharFont = 0;
+  ActualFont.UnloadFont();
   EXPECT_EQ(ImageBox_Decode(nullptr, chars(text)), 0);
   EXPECT_EQ(text, ascii("untouched"));
-  for (const int more : {0, 1}) {  // what the next template must not exceed: it is the first one's distance
-    Page padded(4, 3, 90);
-    for (int i = 0; i < 6; ++i) padded.at(2 + i % 2, i / 2) = std::array<std::uint8_t, 6>{0, 62, 236, 252, 255, 255}[i];
-    padded.at(3, 2) = std::uint8_t(255 - more);
-    train('L' + 256, padded);
-    train('D', Page(3, 2, 100), 4);  // 4 x (10 - 4)^2, 2 x 155^2 where only it has pixels, 2 x 165^2 where it has none
-    EXPECT_EQ(read_by_font(Page(9, 9, 90), {5, 7, 2, 5}, 0), more == 0 ? "L" : "D");
-    EXPECT_EQ(GetImage, reinterpret_cast<char*>(ActualFont.slots[1].image));
-    ActualFont.UnloadFont();
+  // Of a template, columns wide, 4 x (10 - 4)^2, 2 x 155^2 where only it has pixels, 2 x 165^2 where only the box has,
+  // and 2 x 6^2 with 4 x 165^2; the other one is as far off, or more by 1.
+  for (const auto& [columns, off] : {std::pair{3, std::array{255, 193, 19, 3, 0, 0}}, {1, {255, 209, 16, 3, 1, 0}}}) {
+    for (const int more : {0, 1}) {
+      Page padded(4, 3, 90);
+      for (int i = 0; i < 6; ++i) padded.at(2 + i % 2, i / 2) = std::uint8_t(255 - off[std::size_t(i)]);
+      padded.at(3, 2) = std::uint8_t(255 - more);
+      train('L' + 256, padded), train('D', Page(columns, 2, 100), 4);
+      EXPECT_EQ(read_by_font(Page(9, 9, 90), {5, 7, 2, 5}, 0), more == 0 ? "L" : "D");
+      EXPECT_EQ(GetImage, reinterpret_cast<char*>(ActualFont.slots[1].image));
+      ActualFont.UnloadFont();
+    }
   }
   train('A', Page(1, 1, 246)), train('B', Page(1, 1, 245)), train('C', Page(1, 1, 0));
   ActualFont.slots[2].samples = 0;  // no distance: of 81 and 100 the second is worse by 21 percent of the mean
@@ -91,6 +99,7 @@ TEST(ImagBox, decode_by_font_and_decode_rivals) {
 }
 
 TEST(ImagBox, decode_distances) {
+  ActualFont.UnloadFont();
   Page black(13211, 5, 0);  // 2^32 - 1 off a white template, once four pixels are less so
   for (int i = 0; i < 4; ++i) black.at(i, 0) = std::array<std::uint8_t, 4>{224, 248, 252, 254}[i];
   train('N', Page(13211, 5));
@@ -161,9 +170,14 @@ TEST(ImagBox, strokes_and_line_norm) {
   };
   EXPECT_EQ(list(0, 0, 5, 5).size() + list(0, INT_MIN, 20, 1).size() + list(6, 3, 4, INT_MAX).size(), 0u);
   // The stem's middle between branch and end is nearer; what was left out goes with the stub.
-  EXPECT_EQ(list(-9, 0, INT_MAX, 5),
+  EXPECT_EQ(list(-9, 0, INT_MAX, 2),
             (std::vector{5, 2, 5, 3, 5, 4, 5, 6, 5, 7, 5, 8, -1, -1, 6, 5, 7, 5, 8, 5, 9, 5, 10, 5}));
   EXPECT_TRUE(page.at(5, 2) == 254 && page.at(10, 5) == 254 && page.at(5, 5) == 255 && page.at(3, 6) == 255);
+
+  page = Page(300, 9);
+  page.fill(0, 300, 1, 2);
+  EXPECT_EQ(list(0, 0, 300, 9).size(), 2 * 254u);
+  EXPECT_EQ(page.at(299, 1), 254);  // what is left is a branch, for which there is no room
 
   std::vector<charline> points = {{4, 10}, {6, 20}, {-1, -1}, {5, 15}, {-1, -1}, {-1, -1}};
   points.resize(256, {9, 9});

@@ -18,6 +18,8 @@ void add_wrap(CLI::App& program);
 void add_describe(CLI::App& program);
 void add_font(CLI::App& program);
 void add_holes(CLI::App& program);
+void add_banknote(CLI::App& program);
+void add_note(CLI::App& program);
 
 // What every command that writes files has.
 struct Common {

@@ -16,7 +16,7 @@ enum class Exit {
   file = 5,            // a file could not be read or written
   over_limit = 6,      // larger than the library or the tool accepts
   internal = 7,        // out of memory, or a fault of the tool
-  nothing_read = 8,    // holes: neither face gave a character; what was to be written is
+  nothing_read = 8,    // holes: neither face gave a character; banknote: no value; what was to be written is
 };
 
 constexpr Exit exit_of(zelimp::Status status) {

@@ -22,7 +22,7 @@ int main(int argc, char** argv) {
 
   CLI::App program(
       "Scans of the document and cheque scanner: simulate, inspect, descramble, process, resample, wrap, read "
-      "micro-holes, train fonts.",
+      "micro-holes and banknotes, train fonts.",
       "zelimp");
   program.set_version_flag("--version", std::string("zelimp ") + zelimp::version());
   program.require_subcommand(1);
@@ -35,6 +35,8 @@ int main(int argc, char** argv) {
   tool::add_describe(program);
   tool::add_font(program);
   tool::add_holes(program);
+  tool::add_banknote(program);
+  tool::add_note(program);
   program.footer(
       "Example, from two pictures to the front face as Group 4 TIFF:\n"
       "  zelimp simulate front.png rear.png -o raw.tif --lag 8\n"
@@ -53,7 +55,7 @@ int main(int argc, char** argv) {
       "  5  a file could not be read or written\n"
       "  6  the input is larger than the limits\n"
       "  7  out of memory, or an internal fault\n"
-      "  8  holes: no micro-holes were read; the report is written all the same\n");
+      "  8  holes, banknote: nothing was read; the report is written all the same\n");
 
   try {
     program.parse(argc, argv);

@@ -93,6 +93,12 @@ std::optional<GreyDib> grey_dib(void* dib) {
                  height < 0};
 }
 
+std::optional<GreyDib> bottom_up_dib(void* dib) {
+  std::optional<GreyDib> image = grey_dib(dib);
+  if (image && image->top_down) image.reset();
+  return image;
+}
+
 Levels levels_of(const GreyDib& image) {
   Levels levels;
   const std::size_t entries = image.palette_entries();

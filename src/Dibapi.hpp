@@ -49,6 +49,9 @@ struct GreyDib {
 // None for null, for other depths, and for images without width or rows.
 std::optional<GreyDib> grey_dib(void* dib);
 
+// The same, and none for rows top to bottom, which count as no rows where images are stretched or segmented.
+std::optional<GreyDib> bottom_up_dib(void* dib);
+
 // The grey level of every pixel value: the blue value of its palette entry, or itself where there is none.
 using Levels = std::array<std::uint8_t, 256>;
 Levels levels_of(const GreyDib& image);

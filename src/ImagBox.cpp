@@ -429,7 +429,7 @@ int ImageBox_Init(unsigned int type) {
 }
 
 int ImageBox_Normalize(char* dib) {
-  const auto image = grey_dib(dib);
+  const auto image = bottom_up_dib(dib);
   return image ? normalise(*image, CHAR_DENSITY) : 255;
 }
 
@@ -466,7 +466,7 @@ int ImageBox_get_vertical(char* dib, unsigned int x, unsigned int y0, unsigned i
 }
 
 int ImageBox_Box(char* dib) try {
-  const auto image = grey_dib(dib);
+  const auto image = bottom_up_dib(dib);
   if (!image) return 0;
   Boxes boxes = {std::to_array(box_char), 0, false};
   refill(boxes, *image, current_parameters());
@@ -481,7 +481,7 @@ int ImageBox_Box(char* dib) try {
 }
 
 char* Extract_string(char* dib) try {
-  const auto image = grey_dib(dib);
+  const auto image = bottom_up_dib(dib);
   if (!image) return nullptr;
   return reinterpret_cast<char*>(cut_string(*image, find_string(*image, current_parameters())));
 } catch (const std::bad_alloc&) {
@@ -489,7 +489,7 @@ char* Extract_string(char* dib) try {
 }
 
 int ImageBox_Rows(char* dib, int* top, int* bottom) try {
-  const auto image = grey_dib(dib);
+  const auto image = bottom_up_dib(dib);
   if (!image) return 0;
   const int threshold = normalise(*image, CHAR_DENSITY);
   const NormalisedLevels levels(*image);

@@ -205,7 +205,7 @@ MutableView own_pixels(unsigned char* dib) {
 }  // namespace zel
 
 int Image_Equalize(unsigned char* dib) {
-  const auto image = zel::grey_dib(dib);
+  const auto image = zel::bottom_up_dib(dib);
   return image ? zel::equalize(*image) : 0;
 }
 

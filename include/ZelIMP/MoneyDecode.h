@@ -44,8 +44,8 @@ ZELIMP_API int Make_Convolution(unsigned char* templ, unsigned char* image, unsi
                                 int ignored);
 
 /* Stretches the contrast of an 8-bit DIB in place, so that the darkest and the brightest 2 percent of its pixels become
- * black and white. Returns the mean grey level afterwards; 0 for a null dib and for images of other kinds or without
- * pixels, which are left alone. */
+ * black and white. Returns the mean grey level afterwards; 0 for a null dib and for images of other kinds, without
+ * pixels or with rows top to bottom, which are left alone. */
 ZELIMP_API int Image_Equalize(unsigned char* dib);
 
 #endif

@@ -139,6 +139,13 @@ TEST(Hrff, equalize_stretches_stored_values) {
   EXPECT_EQ(stretched(20, 5, hundred, (94 * 51 + 3 * 255) / 100), wanted);
   EXPECT_EQ(stretched(3, 2, {9, 9, 9, 77, 9, 9, 9, 78}, 0), (Bytes{0, 0, 0, 77, 0, 0, 0, 78}));
   EXPECT_EQ(stretched(4, 1, {4, 8, 60, 200}, (56 + 255) / 4, true), (Bytes{0, 0, 56, 255}));
+  // Rows top to bottom are none.
+  EXPECT_EQ(stretched(4, -1, {4, 8, 60, 200}, 0), (Bytes{4, 8, 60, 200}));
+  Bytes upside_down = dib(4, -1, {4, 8, 60, 200});
+  const Bytes before = upside_down;
+  EXPECT_EQ(ImageBox_Normalize(chars(upside_down)), 255);
+  EXPECT_EQ(ImageBox_Box(chars(upside_down)), 0);
+  EXPECT_EQ(upside_down, before);
 }
 
 TEST(Hrff, convolution_is_the_geometric_mean) {

@@ -16,8 +16,6 @@
 namespace tool {
 namespace {
 
-constexpr std::int32_t kFarthest = 100000;
-
 zelimp::Font read_font(const std::string& path) {
   const Bytes file = read_file(path);
   return about(input_name(path), [&] { return zelimp::Font::load(file); });

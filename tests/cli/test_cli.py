@@ -38,6 +38,7 @@ REFUSALS = (
     (2, "process colour.tif -o x --format tiff --side front --steps y {}", "--deskew on, --deskew on --crop auto"),
     (2, "wrap raw.tif -o x {}", "--width 3, --width 3 --height 4, --width 0 --height 1"),
     (2, "simulate a b -o x {}", "--skew nan, --model 0, --gain 3, --colour --swap-sides 0 --white w --black b"),
+    (2, "simulate {} -o x", "front.pnm, --wear 3, --note 3, front.pnm --note 2"),
     (2, "simulate front.pnm rear.pnm -o x {}", "--shift 3, --shift 25,0, --half-width 146, --skew 9 --rows 155"),
     (3, "descramble {} -o x", "lzw"),
     (3, "process {} -o x --format tiff --preview y", "samples"),  # the library ignores that tag, the preview cannot
@@ -172,6 +173,14 @@ class CliTest(unittest.TestCase):
             whole.paste(front, (0, 24 + 13))
             whole.paste(rear, (61 + 18 + 12, 18 + 13))
             self.assert_picture("scan.tif", whole, (mode, layout))
+
+    def test_a_banknote_as_the_sheet(self):
+        how = "--wear 4 --contrast 80 --seed 9"
+        for mode, more in (("L", ""), ("RGB", "--no-figure")):
+            self.tool(f"note 5 -o front --rear rear --force {how} {more}")
+            self.tool(f"simulate --note 5 -o raw.tif --force {how} {more}" + " --colour" * (mode == "RGB"))
+            self.tool("descramble raw.tif -o scan.tif --force")
+            self.assert_picture("scan.tif", page(*(self.picture(n).convert(mode) for n in ("front", "rear")), 24), mode)
 
     # The same at every place, in whatever order the sensor reads it.
     def test_bed_noise(self):

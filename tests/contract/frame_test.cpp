@@ -24,6 +24,7 @@ TEST(Frame, temporary_path_and_debug_log) {
   odprintf("%d %s|", 42, "lines"), odprintf("%s", std::string(5000, 'x').c_str());
   std::ifstream log("debug.dat", std::ios::binary);
   EXPECT_EQ(std::string(std::istreambuf_iterator<char>(log), {}), data + "a42 lines|" + std::string(4095, 'x'));
+  std::filesystem::current_path(testing::TempDir());
   std::filesystem::remove_all(directory);
 }
 

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <memory>
 #include <optional>
@@ -10,6 +11,8 @@
 #include "exit_code.hpp"
 #include "io.hpp"
 #include "micro_holes.hpp"
+#include "note.hpp"
+#include "note_places.hpp"
 #include "picture.hpp"
 
 namespace tool {
@@ -27,10 +30,13 @@ struct Options {
   std::uint32_t dpi = 200;
   DeviceTexts texts;
   HoleSettings holes;  // no digits: none
+  bool draws_note = false;
+  NoteSettings note;
   Common common;
 };
 
 void check(const Options& options) {
+  if (!options.draws_note && options.rear.empty()) throw CLI::RequiredError("FRONT and REAR, or --note,");
   const DeviceSettings& settings = options.settings;
   if (settings.swap_sides && !settings.model_7200) {
     throw Failure(Exit::usage,
@@ -50,6 +56,24 @@ void check(const Options& options) {
   }
 }
 
+std::array<Picture, 2> faces_of(const Options& options, Progress& progress) {
+  std::array<Picture, 2> faces;
+  if (options.draws_note) {
+    NoteSettings note = options.note;
+    note.seed = options.settings.seed;
+    faces = draw_note(note);
+    if (options.colour)
+      std::ranges::transform(faces, faces.begin(), [](const Picture& p) { return in_colour(view_of(p)); });
+  } else {
+    faces = {read_picture(options.front, options.colour), read_picture(options.rear, options.colour)};
+  }
+  const auto& [front, rear] = faces;
+  progress.step((options.draws_note ? "drew" : "read") + std::string(" faces of ") + std::to_string(front.width) +
+                " x " + std::to_string(front.height) + " and " + std::to_string(rear.width) + " x " +
+                std::to_string(rear.height) + " pixels");
+  return faces;
+}
+
 void run(Options& options) {
   constexpr double kUsualGainPercent = 10;
   constexpr std::uint32_t kUsualOffset = 6;
@@ -63,10 +87,8 @@ void run(Options& options) {
   check_targets({options.output, options.white, options.black}, options.common.force);
 
   Progress progress(options.common.verbose);
-  std::array<Picture, 2> faces{read_picture(options.front, options.colour), read_picture(options.rear, options.colour)};
+  std::array<Picture, 2> faces = faces_of(options, progress);
   const auto& [front, rear] = faces;
-  progress.step("read faces of " + std::to_string(front.width) + " x " + std::to_string(front.height) + " and " +
-                std::to_string(rear.width) + " x " + std::to_string(rear.height) + " pixels");
   if (!options.holes.digits.empty()) {
     options.holes.seed = settings.seed;
     punch(faces, bedding_of(front, rear, settings), options.holes);
@@ -109,16 +131,37 @@ void add_holes_options(CLI::App& command, HoleSettings& holes) {
   add("--extra-holes", holes.extra, "Holes that each character has where none belongs [0]", 35);
 }
 
+void add_note_options(CLI::App& command, Options& options) {
+  NoteSettings& note = options.note;
+  CLI::Option* const value =
+      command
+          .add_option_function<int>(
+              "--note", [&](int given) { options.draws_note = true, note.value = given; },
+              "The sheet is a specimen banknote of this value, instead of FRONT and REAR")
+          ->type_name("VALUE")
+          ->check(CLI::IsMember(std::vector<int>(zelimp::kNoteValues.begin(), zelimp::kNoteValues.end())));
+  value->excludes("FRONT")->excludes("REAR");
+  const auto add = [&](const char* name, std::uint32_t& number, const char* help, std::uint32_t most) {
+    command.add_option(name, number, help)->check(between(0u, most))->needs(value)->group("With a note");
+  };
+  add("--wear", note.wear, "Smudges; every third is a fold [0]", 100);
+  add("--contrast", note.contrast, "Percent, about medium grey [100]", 400);
+  command
+      .add_flag_callback(
+          "--no-figure", [&note] { note.figure = false; }, "Leave the figure of the value out")
+      ->needs(value)
+      ->group("With a note");
+}
+
 }  // namespace
 
 void add_simulate(CLI::App& program) {
   const auto options = std::make_shared<Options>();
   DeviceSettings& settings = options->settings;
   CLI::App& command = *program.add_subcommand("simulate", "Make the raw read-out that the device gives for two faces");
-  command
-      .add_option("FRONT", options->front, "Picture of the front face: PNG, JPEG, TIFF, BMP or PNM, - standard input")
-      ->required();
-  command.add_option("REAR", options->rear, "Picture of the rear face")->required();
+  command.add_option("FRONT", options->front,
+                     "Picture of the front face: PNG, JPEG, TIFF, BMP or PNM, - standard input");
+  command.add_option("REAR", options->rear, "Picture of the rear face");
   command.add_option("-o,--output", options->output, "Raw read-out to write, - standard output")->required();
   command.add_flag("--colour", options->colour, "Three planes a line instead of grey");
   command
@@ -154,9 +197,10 @@ void add_simulate(CLI::App& program) {
       ->check(between(0, 100));
   command
       .add_option("--seed", settings.seed,
-                  "Start of the fluctuations, the noise, the bed and what varies about holes [1]")
+                  "Start of the fluctuations, the noise, the bed, and what varies about holes and notes [1]")
       ->check(between(0u, 4294967295u));
   add_holes_options(command, options->holes);
+  add_note_options(command, *options);
   command.add_option("--dpi", options->dpi, "Resolution to state in the file [200]")->check(between(1, 65535));
   command.add_option("--make", options->texts.make, "Make text, by which the device is known; empty: none");
   command.add_option("--model-name", options->texts.model, "Model text");
@@ -170,6 +214,7 @@ void add_simulate(CLI::App& program) {
       "  zelimp simulate front.png rear.png -o raw.tif --skew 3 --half-width 1700 --rows 1100 --shift -40,20\n"
       "  zelimp simulate front.png rear.png -o raw.tif --skew 3 --bed 20 --bed-noise 3 --noise 2\n"
       "  zelimp simulate front.png rear.png -o raw.tif --micro-holes 40712356 --hole-jitter 0.5 --noise 2\n"
+      "  zelimp simulate --note 20 -o raw.tif --colour --shift 5,3 --noise 4 --wear 6\n"
       "Tables are 16-bit little-endian numbers: black one for each pixel of a line, white one for each sample of a\n"
       "line, plane after plane. descramble with the same tables, lag and layout restores the page.");
   command.callback([options] { run(*options); });

@@ -20,8 +20,9 @@ bool derives() {
   unsigned char not_tiff[8] = {'M', 'M', 0, 42, 0, 0, 0, 8};
   CountingImage image;
   TiffImage& base = image;
-  return base.load(not_tiff) == -1 && image.loads == 1 && typeid(base) == typeid(CountingImage) &&
-         dynamic_cast<CountingImage*>(&base) == &image;
+  const bool reached = base.load(not_tiff) == -1 && image.loads == 1;
+  base.clear();
+  return reached && typeid(base) == typeid(CountingImage) && dynamic_cast<CountingImage*>(&base) == &image;
 }
 
 // One white row: a single vertical-mode bit and the end-of-block code.

@@ -105,8 +105,8 @@ void run_train(const TrainOptions& options) {
                   std::to_string(made.places[i].top) + " from the region's upper left corner");
   }
   const std::uint32_t code = about(input_name(options.font), [&] { return add_note_template(font, of, made); });
-  progress.step("code " + std::to_string(code) + ": " + std::to_string(made.counted) + " of " +
-                std::to_string(made.mask.pixels.size()) + " pixels count");
+  progress.step("code " + std::to_string(code) + ": " + std::to_string(made.light) + " light and " +
+                std::to_string(made.dark) + " dark of " + std::to_string(made.mask.pixels.size()) + " pixels count");
   const std::vector<Output> outputs = {{options.output, font.save()}};
   write_outputs(outputs, options.common.force);
   progress.wrote(outputs);

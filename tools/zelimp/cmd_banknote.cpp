@@ -45,7 +45,8 @@ void run_read(const ReadOptions& options) {
   progress.step("read " + names + " and " + std::to_string(font.size()) + " templates");
 
   const Bytes first = as_dib(faces[0]), second = options.second.empty() ? Bytes{} : as_dib(faces[1]);
-  read.note = about(names, [&] { return zelimp::read_banknote(first, second, font, read.locations); });
+  read.note = about(names + " with " + input_name(options.font),
+                    [&] { return zelimp::read_banknote(first, second, font, read.locations); });
   progress.step("compared " + std::to_string(read.note.matches.size()) + " times");
   std::vector<Output> outputs;
   if (!options.overlay.empty()) outputs.push_back({options.overlay, note_png(faces, read)});
@@ -79,15 +80,17 @@ Picture example_region(const std::string& path, const zelimp::NoteLocation& loca
   const Picture note = read_picture(path, false);
   const std::optional<zelimp::Box> box = region_on(location, note.width, note.height);
   if (!box) {
-    throw Failure(Exit::usage, input_name(path) + ": the region does not lie inside its " + std::to_string(note.width) +
-                                   " x " + std::to_string(note.height) + " pixels");
+    throw Failure(Exit::usage, input_name(path) + ": the region of " + std::to_string(location.width) + " x " +
+                                   std::to_string(location.height) + " pixels at " + std::to_string(location.x) + ", " +
+                                   std::to_string(location.y) + " is not inside its " + std::to_string(note.width) +
+                                   " x " + std::to_string(note.height));
   }
   return stretched_region(note, *box);
 }
 
 void run_train(const TrainOptions& options) {
   if (options.value.has_value() == options.of.has_value()) {
-    throw Failure(Exit::usage, "one of --value and --class is needed");
+    throw Failure(Exit::usage, "either --value or --class is needed");
   }
   std::vector<std::string> sources = options.notes;
   sources.insert(sources.end(), {options.font, options.locations});
@@ -124,12 +127,17 @@ void add_train(CLI::App& banknote) {
       .add_option("--region", options->region,
                   "Where the figure is, pixels, Y from the bottom, instead of the class's place")
       ->delimiter(',')
-      ->type_name("X,Y,WIDTH,HEIGHT");
+      ->type_name("X,Y,WIDTH,HEIGHT")
+      ->check(between(-kFarthest, kFarthest));
   command.add_option("--locations", options->locations, "Table of places, see banknote --help");
   command.add_option("--margin", options->margin, "Pixels by which the template can slide to each side [4]")
       ->check(between(0u, 1000u));
   command.add_option("--font", options->font, "Font to add to, - standard input");
   add_common(command, options->common);
+  // What stands before `train` would not be heeded: --font least of all should be lost.
+  for (CLI::Option* const option : banknote.get_options()) {
+    if (option != banknote.get_help_ptr()) command.excludes(option);
+  }
   command.footer(
       "Examples:\n"
       "  zelimp banknote train --value 2 two.png another.png -o notes.fnt\n"
@@ -144,7 +152,6 @@ void add_train(CLI::App& banknote) {
 void add_banknote(CLI::App& program) {
   const auto options = std::make_shared<ReadOptions>();
   CLI::App& command = *program.add_subcommand("banknote", "Tell the value of a banknote, or train templates for it");
-  add_train(command);
   command.add_option("FIRST", options->first, "Picture of one face: PNG, JPEG, TIFF, BMP or PNM, - standard input");
   command.add_option("SECOND", options->second, "Picture of the other face, which is tried before");
   command.add_option("--font", options->font, "Font of templates; needed");
@@ -154,6 +161,7 @@ void add_banknote(CLI::App& program) {
   command.add_option("--overlay", options->overlay,
                      "PNG to write: the note, regions, and where the best template lies");
   add_common(command, options->common);
+  add_train(command);
   command.footer(
       "Examples:\n"
       "  zelimp banknote front.png rear.png --font notes.fnt --all-classes\n"

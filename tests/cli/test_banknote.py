@@ -16,9 +16,9 @@ REFUSALS = (  # exit code, command, and what stands for {} in it, one after the 
     (2, "banknote {}", ", 2.png, --font f, train 2.png -o x, - - --font f, s.png --font f, 2.png --font f --overlay -, "
         "2.png --font - --locations -, train - --font - --value 2 -o x, --font f train 2.png --value 2 -o x"),
     (2, "banknote train 2.png -o x {}", "--value 3, --class 7, --value 2 --class 1, --value 2 --margin 31"),
-    (2, "banknote train 2.png --value 2 -o x --region {}", "38;300;66, 38;323;66;62, -65;300;66;62, 010;300;66;62"),
+    (2, "banknote train 2.png --value 2 -o x --region {}", "38;300;66, 38;323;66;62, -65;300;66;62, 010;300;66;62, "
+        "38;300;66;62 --locations places"), (2, "note {} -o x", "3, 2 --turn nan"),
     (2, "banknote train --value 20 -o x {}", "s.png, 20.png s.png, 20.png --locations places"),
-    (2, "note {} -o x", "3, 2 --turn nan"),
     (6, "banknote train s.png --class 1 -o x {}", "--region 0;0;20000;300 --margin 100"))
 
 

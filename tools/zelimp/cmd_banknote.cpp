@@ -123,13 +123,15 @@ void add_train(CLI::App& banknote) {
   command.add_option("--value", options->value, "What the notes are worth: 1, 2, 5, 10, 20, 50 or 100")
       ->check(CLI::IsMember(std::vector<int>(zelimp::kNoteValues.begin(), zelimp::kNoteValues.end())));
   command.add_option("--class", options->of, "The same as a class from 0 to 6")->check(between(0, 6));
+  CLI::Option* const table =
+      command.add_option("--locations", options->locations, "Table of places to use instead of the usual one");
   command
       .add_option("--region", options->region,
-                  "Where the figure is, pixels, Y from the bottom, instead of the class's place")
+                  "Where the figure is, as in a table of places (see banknote --help), instead of the class's place")
       ->delimiter(',')
       ->type_name("X,Y,WIDTH,HEIGHT")
-      ->check(between(-kFarthest, kFarthest));
-  command.add_option("--locations", options->locations, "Table of places, see banknote --help");
+      ->check(between(-kFarthest, kFarthest))
+      ->excludes(table);
   command.add_option("--margin", options->margin, "Pixels by which the template can slide to each side [4]")
       ->check(between(0u, 1000u));
   command.add_option("--font", options->font, "Font to add to, - standard input");
@@ -143,7 +145,7 @@ void add_train(CLI::App& banknote) {
       "  zelimp banknote train --value 2 two.png another.png -o notes.fnt\n"
       "  zelimp banknote train --value 20 20*.png --font notes.fnt -o notes.fnt --force\n"
       "Each call adds one template: code, its class, or the first free of class + 16, class + 32 and so on. Examples\n"
-      "are aligned to the first; pixels that vary between them count less or not at all.");
+      "are aligned to the first; pixels that vary between them count less or not at all. Options stand behind train.");
   command.callback([options] { run_train(*options); });
 }
 
@@ -166,9 +168,9 @@ void add_banknote(CLI::App& program) {
       "Examples:\n"
       "  zelimp banknote front.png rear.png --font notes.fnt --all-classes\n"
       "  zelimp banknote note.png --font notes.fnt --locations places.txt --overlay seen.png --json\n"
-      "A table of places has a row for each of the values 1, 2, 5, 10, 20, 50 and 100: enabled (0 or 1), x, y, width,\n"
-      "height in pixels, y from the bottom; negative x from the right edge, negative y from the top. # begins a "
-      "remark.\n"
+      "A table of places has a row for each of the values 1, 2, 5, 10, 20, 50 and 100, numbers with spaces between:\n"
+      "enabled (0 or 1), x, y, width, height in pixels. x and y are those of the lower left corner, from the left and\n"
+      "the bottom edge, negative ones from the right and the top edge. # begins a remark.\n"
       "When no value is recognised, report and overlay are written and the exit code is 8. A picture that is called\n"
       "train is ./train. In the flat interface this is ZelIMPMoneyGetValue, which looks for value 2 alone.");
   command.callback([options, &command] {

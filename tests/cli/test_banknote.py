@@ -8,15 +8,18 @@ import tempfile
 import unittest
 
 import test_cli
-from PIL import Image
+from PIL import Image, ImageChops
 
-PLACES = "# two only\n0 1 1 9 9\n1 38 300 66 62 # y from the bottom\n\n" + 5 * "0 -9 1 9 9\n"
+PLACES = "# two only\n0 -842 -84 66 62\r\n1 38 -84 66 62 # from the top\r\n\r\n" + 4 * "0 -9 1 9 9\n" + "0 -9 1 9 9"
 REFUSALS = (  # exit code, command, and what stands for {} in it, one after the other
     (1, "banknote {}", "2.png --font text, 2.png --font f --locations text, text --font f"),
-    (2, "banknote {}", ", 2.png, --font f, train 2.png -o x, - - --font f, s.png --font f, 2.png --font f --overlay -"),
-    (2, "banknote train 2.png -o x {}", "--value 3, --class 7, --value 2 --class 1, --value 2 --margin 31, "
-        "--value 2 --region 38;300;66, --value 2 --region 38;330;66;62"),
-    (2, "banknote train {} --value 2 -o x", "s.png"), (2, "note {} -o x", "3, 2 --turn nan"))
+    (2, "banknote {}", ", 2.png, --font f, train 2.png -o x, - - --font f, s.png --font f, 2.png --font f --overlay -, "
+        "2.png --font - --locations -, train - --font - --value 2 -o x, --font f train 2.png --value 2 -o x"),
+    (2, "banknote train 2.png -o x {}", "--value 3, --class 7, --value 2 --class 1, --value 2 --margin 31"),
+    (2, "banknote train 2.png --value 2 -o x --region {}", "38;300;66, 38;323;66;62, -65;300;66;62, 010;300;66;62, "
+        "38;300;66;62 --locations places"), (2, "note {} -o x", "3, 2 --turn nan"),
+    (2, "banknote train --value 20 -o x {}", "s.png, 20.png s.png, 20.png --locations places"),
+    (6, "banknote train s.png --class 1 -o x {}", "--region 0;0;20000;300 --margin 100"))
 
 
 class BanknoteTest(unittest.TestCase):
@@ -29,6 +32,7 @@ class BanknoteTest(unittest.TestCase):
             self.tool(f"note {value} -o worn.png --noise 15 --shift 2,-1 --wear 2 --force")
             self.tool(f"banknote train {value}.png worn.png --value {value} --force -o f {'--font f' * (value > 2)}")
         self.tool("note 2 -o no.png --no-figure")
+        (self.dir / "places").write_text(PLACES)
 
     def read(self, how, code=0):
         done = subprocess.run([test_cli.TOOL, "banknote", *how.split(), *"--font f --json --overlay o --force".split()],
@@ -43,25 +47,65 @@ class BanknoteTest(unittest.TestCase):
             for pair, image in (("n.png m.png", "first"), ("m.png n.png", "second"), ("n.png", "first")):
                 found, matches = self.read(f"{pair} --all-classes")
                 self.assertEqual(found, (value, image, turned), how)
-        place = (880 - 155 + 4 + 3, 384 - 140 + 4 - 3, 132, 92)
-        found = tuple(matches[0]["place"].values())  # the first place that is good enough, not the best
-        self.assertTrue(all(abs(a - b) <= 2 for a, b in zip(found, place, strict=True)), (found, place))
+                left, top, width, height = place = tuple(matches[0]["place"].values())
+                figure = Image.open(self.dir / "o").convert("L").crop((left, top, left + width, top + height))
+                self.assertGreater(sum(figure.histogram()[:100]), width * height / 8, how)  # ink
+        best = (880 - 155 + 4 + 3, 384 - 140 + 4 - 3, 132, 92)  # found is the first place that is good enough
+        self.assertTrue(all(abs(a - b) <= 2 for a, b in zip(place, best, strict=True)), (place, best))
         seen = Image.open(self.dir / "o")
-        self.assertEqual([seen.getpixel(at) for at in ((725, 244), found[:2])], [(40, 90, 220), (0, 170, 60)])
+        self.assertEqual([seen.getpixel(at) for at in ((725, 244), place[:2])], [(40, 90, 220), (0, 170, 60)])
 
     def test_classes_codes_and_refusals(self):
-        (self.dir / "places").write_text(PLACES)
         for how in ("", "--locations places"):
             self.assertEqual([self.read(f"20.png {how}", 8)[0][0], self.read(f"2.png {how}")[0][0]], [None, 2])
-        self.assertEqual(len(self.read("no.png --all-classes", 8)[1]), 6)
+        matches = self.read("no.png --all-classes", 8)[1]
+        self.assertEqual([one["score"] - one["disagreeing"] * 1000 // one["limit"] for one in matches], 6 * [0])
+        Image.open(self.dir / "no.png").crop((0, 0, 200, 384)).save(self.dir / "narrow.png")
+        left, top, *_ = self.read("narrow.png", 8)[1][0]["place"].values()
+        seen = Image.open(self.dir / "o")  # only class 1 is enabled: of the edge of class 0 at 38, 100 nothing
+        self.assertEqual((seen.getpixel((left, top)), len({*seen.getpixel((38, 100))})), ((240, 140, 0), 1))
+        self.assertLess(seen.convert("L").crop((400, 384, *seen.size)).getextrema()[0], 100)  # the caption goes on
+        self.assertRegex(self.tool("banknote 2.png --font f --all-classes").stdout, rb"\Avalue: 2\nimage: first, "
+                         rb"upright\ntemplate: value 2, code 1, score .*\n(  then value (5|20), .*\n){2}\Z")
         self.tool("banknote train worn.png --class 1 --margin 3 --font f -o g")
         fonts = json.loads(self.tool("font list g --json").stdout)["templates"]
         self.assertEqual([(one["code"], one["width"]) for one in fonts], [(1, 58), (2, 106), (4, 132), (17, 60)])
         (self.dir / "text").write_text("1 2 3\n")
-        Image.new("L", (300, 300), 9).save(self.dir / "s.png")
+        Image.new("L", (20000, 300), 9).save(self.dir / "s.png")
+        for row in ("2 1 1 9 9", "0 1 1 9", "0 1 1 9 9 9", "0 1 1 0 9", "0 1 100001 9 9", PLACES):
+            (self.dir / "bad").write_text(PLACES.replace("0 -842 -84 66 62", row))
+            self.tool("banknote 2.png --font f --locations bad", code=1)
         for code, form, values in REFUSALS:
             for value in values.split(", "):
                 self.tool(form.format(value.replace(";", ",")), code=code)
+
+    def test_training(self):
+        self.tool("note 2 -o off.png --shift 4,-4 --noise 40")
+        done = self.tool("banknote train 2.png off.png --class 0 --locations places -o g --verbose")
+        self.assertIn(b"off.png: cut 8, 0 from", done.stderr)
+        for _ in range(6):  # codes 32 to 112
+            self.tool("banknote train 2.png --value 1 --font g -o g --force")
+        self.tool("banknote train 2.png --value 1 --font g -o x", code=2)
+        # Halves in black and white, and in the white one columns that differ: their masks are known.
+        for i, levels in enumerate(([200, 190, 0], [221, 150, 255], [221, 150, 255])):
+            Image.frombytes("L", (20, 20), 20 * bytes(levels + 7 * [255] + 10 * [0])).save(self.dir / f"{i}.png")
+        done = self.tool("banknote train 0.png 1.png 2.png --value 5 --region 0,0,20,20 --margin 0 -o h --verbose")
+        self.assertIn(b"code 2: 160 light and 200 dark of 400 pixels count", done.stderr)
+        self.assertEqual([*(self.dir / "h").read_bytes()[-20:]], [38, 70, 127] + 17 * [0])
+
+    def test_specimens(self):
+        def faces(how):
+            self.tool(f"note 2 -o n.png --rear m.png --force {how}")
+            return [Image.open(self.dir / name).convert("L") for name in ("n.png", "m.png")]
+
+        (clean, rear), (noisy, _), (worn, worn_rear) = faces(""), faces("--noise 9"), faces("--wear 1 --seed 3")
+        self.assertEqual([ImageChops.subtract(*p).getextrema()[1] for p in ((noisy, clean), (clean, noisy))], [9, 9])
+        box, rear_box = (ImageChops.difference(*two).getbbox() for two in ((worn, clean), (worn_rear, rear)))
+        self.assertEqual(rear_box, (880 - box[2], box[1], 880 - box[0], box[3]))  # through the sheet
+        dim = [face.rotate(180).point(lambda level: round(128 + (level - 128) * 0.6)) for face in (clean, rear)]
+        self.assertFalse(any(ImageChops.difference(*p).getbbox() for p in zip(dim, faces("--half-turn --contrast 60"))))
+        turned = faces("--turn -10")[0].crop((30, 100, 75, 140))  # where the figure comes to lie
+        self.assertLess(turned.getextrema()[0] + 60, clean.crop((30, 100, 75, 140)).getextrema()[0])
 
 
 if __name__ == "__main__":

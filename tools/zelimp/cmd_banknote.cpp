@@ -45,7 +45,8 @@ void run_read(const ReadOptions& options) {
   progress.step("read " + names + " and " + std::to_string(font.size()) + " templates");
 
   const Bytes first = as_dib(faces[0]), second = options.second.empty() ? Bytes{} : as_dib(faces[1]);
-  read.note = about(names, [&] { return zelimp::read_banknote(first, second, font, read.locations); });
+  read.note = about(names + " with " + input_name(options.font),
+                    [&] { return zelimp::read_banknote(first, second, font, read.locations); });
   progress.step("compared " + std::to_string(read.note.matches.size()) + " times");
   std::vector<Output> outputs;
   if (!options.overlay.empty()) outputs.push_back({options.overlay, note_png(faces, read)});
@@ -79,15 +80,17 @@ Picture example_region(const std::string& path, const zelimp::NoteLocation& loca
   const Picture note = read_picture(path, false);
   const std::optional<zelimp::Box> box = region_on(location, note.width, note.height);
   if (!box) {
-    throw Failure(Exit::usage, input_name(path) + ": the region does not lie inside its " + std::to_string(note.width) +
-                                   " x " + std::to_string(note.height) + " pixels");
+    throw Failure(Exit::usage, input_name(path) + ": the region of " + std::to_string(location.width) + " x " +
+                                   std::to_string(location.height) + " pixels at " + std::to_string(location.x) + ", " +
+                                   std::to_string(location.y) + " is not inside its " + std::to_string(note.width) +
+                                   " x " + std::to_string(note.height));
   }
   return stretched_region(note, *box);
 }
 
 void run_train(const TrainOptions& options) {
   if (options.value.has_value() == options.of.has_value()) {
-    throw Failure(Exit::usage, "one of --value and --class is needed");
+    throw Failure(Exit::usage, "either --value or --class is needed");
   }
   std::vector<std::string> sources = options.notes;
   sources.insert(sources.end(), {options.font, options.locations});
@@ -105,8 +108,8 @@ void run_train(const TrainOptions& options) {
                   std::to_string(made.places[i].top) + " from the region's upper left corner");
   }
   const std::uint32_t code = about(input_name(options.font), [&] { return add_note_template(font, of, made); });
-  progress.step("code " + std::to_string(code) + ": " + std::to_string(made.counted) + " of " +
-                std::to_string(made.mask.pixels.size()) + " pixels count");
+  progress.step("code " + std::to_string(code) + ": " + std::to_string(made.light) + " light and " +
+                std::to_string(made.dark) + " dark of " + std::to_string(made.mask.pixels.size()) + " pixels count");
   const std::vector<Output> outputs = {{options.output, font.save()}};
   write_outputs(outputs, options.common.force);
   progress.wrote(outputs);
@@ -120,22 +123,29 @@ void add_train(CLI::App& banknote) {
   command.add_option("--value", options->value, "What the notes are worth: 1, 2, 5, 10, 20, 50 or 100")
       ->check(CLI::IsMember(std::vector<int>(zelimp::kNoteValues.begin(), zelimp::kNoteValues.end())));
   command.add_option("--class", options->of, "The same as a class from 0 to 6")->check(between(0, 6));
+  CLI::Option* const table =
+      command.add_option("--locations", options->locations, "Table of places to use instead of the usual one");
   command
       .add_option("--region", options->region,
-                  "Where the figure is, pixels, Y from the bottom, instead of the class's place")
+                  "Where the figure is, as in a table of places (see banknote --help), instead of the class's place")
       ->delimiter(',')
-      ->type_name("X,Y,WIDTH,HEIGHT");
-  command.add_option("--locations", options->locations, "Table of places, see banknote --help");
+      ->type_name("X,Y,WIDTH,HEIGHT")
+      ->check(between(-kFarthest, kFarthest))
+      ->excludes(table);
   command.add_option("--margin", options->margin, "Pixels by which the template can slide to each side [4]")
       ->check(between(0u, 1000u));
   command.add_option("--font", options->font, "Font to add to, - standard input");
   add_common(command, options->common);
+  // What stands before `train` would not be heeded: --font least of all should be lost.
+  for (CLI::Option* const option : banknote.get_options()) {
+    if (option != banknote.get_help_ptr()) command.excludes(option);
+  }
   command.footer(
       "Examples:\n"
       "  zelimp banknote train --value 2 two.png another.png -o notes.fnt\n"
       "  zelimp banknote train --value 20 20*.png --font notes.fnt -o notes.fnt --force\n"
       "Each call adds one template: code, its class, or the first free of class + 16, class + 32 and so on. Examples\n"
-      "are aligned to the first; pixels that vary between them count less or not at all.");
+      "are aligned to the first; pixels that vary between them count less or not at all. Options stand behind train.");
   command.callback([options] { run_train(*options); });
 }
 
@@ -144,7 +154,6 @@ void add_train(CLI::App& banknote) {
 void add_banknote(CLI::App& program) {
   const auto options = std::make_shared<ReadOptions>();
   CLI::App& command = *program.add_subcommand("banknote", "Tell the value of a banknote, or train templates for it");
-  add_train(command);
   command.add_option("FIRST", options->first, "Picture of one face: PNG, JPEG, TIFF, BMP or PNM, - standard input");
   command.add_option("SECOND", options->second, "Picture of the other face, which is tried before");
   command.add_option("--font", options->font, "Font of templates; needed");
@@ -154,13 +163,14 @@ void add_banknote(CLI::App& program) {
   command.add_option("--overlay", options->overlay,
                      "PNG to write: the note, regions, and where the best template lies");
   add_common(command, options->common);
+  add_train(command);
   command.footer(
       "Examples:\n"
       "  zelimp banknote front.png rear.png --font notes.fnt --all-classes\n"
       "  zelimp banknote note.png --font notes.fnt --locations places.txt --overlay seen.png --json\n"
-      "A table of places has a row for each of the values 1, 2, 5, 10, 20, 50 and 100: enabled (0 or 1), x, y, width,\n"
-      "height in pixels, y from the bottom; negative x from the right edge, negative y from the top. # begins a "
-      "remark.\n"
+      "A table of places has a row for each of the values 1, 2, 5, 10, 20, 50 and 100, numbers with spaces between:\n"
+      "enabled (0 or 1), x, y, width, height in pixels. x and y are those of the lower left corner, from the left and\n"
+      "the bottom edge, negative ones from the right and the top edge. # begins a remark.\n"
       "When no value is recognised, report and overlay are written and the exit code is 8. A picture that is called\n"
       "train is ./train. In the flat interface this is ZelIMPMoneyGetValue, which looks for value 2 alone.");
   command.callback([options, &command] {

@@ -10,13 +10,12 @@
 namespace tool {
 namespace {
 
-constexpr std::int64_t kFarthest = 100000;
-
-zelimp::NoteLocation location_of(const std::string& line, const std::string& name) {
+// line_name is for messages: the line itself need not be text.
+zelimp::NoteLocation location_of(const std::string& line, const std::string& line_name) {
   const auto refuse = [&] {
-    throw Failure(Exit::malformed, name + ": \"" + line +
-                                       "\" is not enabled (0 or 1), x, y, width and height: whole numbers up to " +
-                                       std::to_string(kFarthest));
+    throw Failure(Exit::malformed, line_name +
+                                       " is no row of enabled (0 or 1), x, y, width, height: whole numbers up to " +
+                                       std::to_string(kFarthest) + " with spaces between");
   };
   std::istringstream fields(line);
   std::array<std::int64_t, 5> numbers{};
@@ -51,11 +50,13 @@ zelimp::NoteLocations read_locations(const std::string& path) {
   const Bytes file = read_file(path);
   std::istringstream text(std::string(reinterpret_cast<const char*>(file.data()), file.size()));
   zelimp::NoteLocations locations;
-  std::size_t rows = 0;
+  std::size_t rows = 0, lines = 0;
   for (std::string line; std::getline(text, line);) {
+    ++lines;
     line.resize(std::min(line.size(), line.find('#')));
     if (line.find_first_not_of(" \t\r") == line.npos) continue;
-    if (rows < locations.size()) locations[rows] = location_of(line, input_name(path));
+    const std::string name = input_name(path) + ": line " + std::to_string(lines);
+    if (rows < locations.size()) locations[rows] = location_of(line, name);
     ++rows;
   }
   if (rows != locations.size()) {

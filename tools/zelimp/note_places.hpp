@@ -7,6 +7,8 @@
 
 namespace tool {
 
+constexpr std::int32_t kFarthest = 100000;  // pixels; of places that are given as text
+
 // The class of a value; none for other values than those of classes.
 std::optional<std::size_t> class_of(int value);
 

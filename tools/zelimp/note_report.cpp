@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "exit_code.hpp"
 #include "json_text.hpp"
 #include "note_places.hpp"
 
@@ -39,14 +40,27 @@ ordered_json facts_of(const NoteMatch& match) {
           {"score", match.score}};
 }
 
-void write(Picture& picture, const std::string& text, std::uint32_t left, std::uint32_t top) {
-  const Picture line = text_line(text);
-  for (std::uint32_t y = 0; y < line.height; ++y) {
-    for (std::uint32_t x = 0; x < line.width; ++x) {
-      const std::uint8_t level = line.samples[std::size_t{y} * line.width + x];
-      if (level < 255) fill(picture, {left + x, top + y, 1, 1}, {level, level, level});
+void put(Picture& picture, const Picture& grey, std::uint32_t left, std::uint32_t top) {
+  for (std::uint32_t y = 0; y < grey.height; ++y) {
+    for (std::uint32_t x = 0; x < grey.width; ++x) {
+      const std::uint8_t level = grey.samples[std::size_t{y} * grey.width + x];
+      fill(picture, {left + x, top + y, 1, 1}, {level, level, level});
     }
   }
+}
+
+// A face with a line of text below it, which may be wider.
+Picture captioned(const Picture& face, const Picture& line) {
+  constexpr std::uint32_t kAround = 4;
+  const std::uint32_t width = std::max(face.width, line.width + 2 * kAround);
+  const std::uint32_t height = face.height + line.height + 2 * kAround;
+  if (std::uint64_t{width} * height > zelimp::Limits{}.max_pixels / 2) {
+    throw Failure(Exit::over_limit, "the picture is too large for an overlay");
+  }
+  Picture picture{width, height, 3, std::vector<std::uint8_t>(std::size_t{width} * height * 3, 255)};
+  put(picture, face, 0, 0);
+  put(picture, line, kAround, face.height + kAround);
+  return picture;
 }
 
 void draw_regions(Picture& picture, const Picture& face, const NoteRead& read) {
@@ -67,7 +81,7 @@ std::string as_text(const NoteRead& read) {
   constexpr std::size_t kMostRunnersUp = 5;
   const auto& [value, matches] = read.note;
   std::string text = "value: " + (value == 0 ? std::string("none") : std::to_string(value)) + "\n";
-  if (matches.empty()) return text + "no template of an enabled class fits\n";
+  if (matches.empty()) return text + "nothing compared: no template of an enabled class that fits into its region\n";
   const NoteMatch& best = matches.front();
   if (value > 0) text += "image: " + face_of(best) + ", " + orientation_of(best) + "\n";
   text += (value > 0 ? "template: " : "nearest: ") + described(best) + "\n";
@@ -90,16 +104,12 @@ std::string as_json(const NoteRead& read) {
 }
 
 Bytes note_png(const std::array<Picture, 2>& faces, const NoteRead& read) {
-  constexpr std::uint32_t kBand = 26, kAround = 4;
   const auto& [value, matches] = read.note;
   Picture face = faces[!matches.empty() && matches.front().second ? 1 : 0];
   if (!matches.empty() && !matches.front().upright) std::ranges::reverse(face.samples);
-  Picture picture = in_colour(view_of(face));
-  draw_regions(picture, face, read);
-  picture.height += kBand;
-  picture.samples.resize(std::size_t{picture.width} * picture.height * picture.planes, 255);
   const std::string what = matches.empty() ? "no template fits" : described(matches.front());
-  write(picture, (value > 0 ? "recognised: " : "not recognised: ") + what, kAround, face.height + kAround);
+  Picture picture = captioned(face, text_line((value > 0 ? "recognised: " : "not recognised: ") + what));
+  draw_regions(picture, face, read);
   return as_png(view_of(picture));
 }
 

@@ -2,7 +2,7 @@
 #ifndef ZELIMP_FONT_HPP
 #define ZELIMP_FONT_HPP
 
-#include <ZelIMP.hpp>
+#include <ZelIMP/basics.hpp>
 
 namespace zelimp {
 

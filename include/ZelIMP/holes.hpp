@@ -2,7 +2,7 @@
 #ifndef ZELIMP_HOLES_HPP
 #define ZELIMP_HOLES_HPP
 
-#include <ZelIMP.hpp>
+#include <ZelIMP/basics.hpp>
 #include <array>
 
 namespace zelimp {

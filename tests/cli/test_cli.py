@@ -38,10 +38,11 @@ REFUSALS = (
     (2, "process colour.tif -o x --format tiff --side front --steps y {}", "--deskew on, --deskew on --crop auto"),
     (2, "wrap raw.tif -o x {}", "--width 3, --width 3 --height 4, --width 0 --height 1"),
     (2, "simulate a b -o x {}", "--skew nan, --model 0, --gain 3, --colour --swap-sides 0 --white w --black b"),
-    (2, "simulate {} -o x", "front.pnm, --wear 3, --note 3, front.pnm --note 2"),
+    (2, "simulate {} -o x", "front.pnm, --wear 3, --note 3, --note 012, front.pnm --note 2"),
     (2, "simulate front.pnm rear.pnm -o x {}", "--shift 3, --shift 25,0, --half-width 146, --skew 9 --rows 155"),
     (3, "descramble {} -o x", "lzw"),
     (3, "process {} -o x --format tiff --preview y", "samples"),  # the library ignores that tag, the preview cannot
+    (3, "font merge coded -o {}", "x"),
     (4, "process {} -o x --format g4 --preview y", "colour.tif"),
     (5, "descramble {} -o x", "missing, ."),
     (5, "simulate front.pnm rear.pnm -o x --force --white {} --black y", "link"),
@@ -379,6 +380,8 @@ class CliTest(unittest.TestCase):
         self.tool("simulate front.pnm rear.pnm -o other.tif --make Somebody")
         self.tool("simulate front.pnm rear.pnm -o colour.tif --colour")
         self.tool("font train 7=front.pnm -o seven")
+        seven = self.read("seven")
+        (self.dir / "coded").write_bytes(seven[:8] + bytes([200]) + seven[9:])
         for code, form, values in REFUSALS:
             for value in values.split(", "):
                 sentence = self.tool(form.format(value), code=code).stderr.decode()

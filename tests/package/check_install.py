@@ -1,6 +1,6 @@
 """Installs the build into a scratch prefix and uses it from there as a host would.
 
-Three small programs (consumer/) are built and run in both ways that a host can find the library: by find_package in
+Every header is compiled on its own. Three small programs (consumer/) are built and run in both ways that a host can find the library: by find_package in
 CMake and by pkg-config. Before that the prefix is renamed, so that a path of the installation that got into a file
 shows. A tool that was built must run from there, too.
 """
@@ -27,6 +27,12 @@ def run(*command, **options):
 def with_path(name, folder):
     """The environment with folder in front of a path list."""
     return os.environ | {name: os.pathsep.join(filter(None, [str(folder), os.environ.get(name)]))}
+
+
+def headers_alone(prefix, arguments):
+    for header in sorted((prefix / "include").rglob("*.h*")):
+        run(arguments.cxx, "-std=c++20" if header.suffix == ".hpp" else "-std=c++17", *shlex.split(STRICT), "-I",
+            prefix / "include", "-fsyntax-only", "-include", header, "-x", "c++", os.devnull)
 
 
 def by_cmake(prefix, work, arguments):
@@ -68,6 +74,7 @@ def main():
     run(arguments.cmake, "--install", arguments.build, "--prefix", scratch / "first", stdout=subprocess.DEVNULL)
     prefix = (scratch / "first").rename(scratch / "moved")
 
+    headers_alone(prefix, arguments)
     by_cmake(prefix, scratch / "cmake", arguments)
     by_pkg_config(prefix, scratch / "pkg-config", arguments)
     tool = prefix / "bin" / "zelimp"

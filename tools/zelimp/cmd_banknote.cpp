@@ -7,6 +7,7 @@
 #include "bitmap.hpp"
 #include "commands.hpp"
 #include "exit_code.hpp"
+#include "font_file.hpp"
 #include "io.hpp"
 #include "note_places.hpp"
 #include "note_report.hpp"
@@ -15,11 +16,6 @@
 
 namespace tool {
 namespace {
-
-zelimp::Font read_font(const std::string& path) {
-  const Bytes file = read_file(path);
-  return about(input_name(path), [&] { return zelimp::Font::load(file); });
-}
 
 struct ReadOptions {
   std::string first, second, font, locations, overlay;
@@ -110,9 +106,7 @@ void run_train(const TrainOptions& options) {
   const std::uint32_t code = about(input_name(options.font), [&] { return add_note_template(font, of, made); });
   progress.step("code " + std::to_string(code) + ": " + std::to_string(made.light) + " light and " +
                 std::to_string(made.dark) + " dark of " + std::to_string(made.mask.pixels.size()) + " pixels count");
-  const std::vector<Output> outputs = {{options.output, font.save()}};
-  write_outputs(outputs, options.common.force);
-  progress.wrote(outputs);
+  write_font(font, options.output, options.common.force, progress);
 }
 
 void add_train(CLI::App& banknote) {
@@ -121,7 +115,7 @@ void add_train(CLI::App& banknote) {
   command.add_option("NOTES", options->notes, "Pictures of notes, upright: PNG, JPEG, TIFF, BMP or PNM")->required();
   command.add_option("-o,--output", options->output, "Font to write, - standard output")->required();
   command.add_option("--value", options->value, "What the notes are worth: 1, 2, 5, 10, 20, 50 or 100")
-      ->check(CLI::IsMember(std::vector<int>(zelimp::kNoteValues.begin(), zelimp::kNoteValues.end())));
+      ->check(one_of(zelimp::kNoteValues));
   command.add_option("--class", options->of, "The same as a class from 0 to 6")->check(between(0, 6));
   CLI::Option* const table =
       command.add_option("--locations", options->locations, "Table of places to use instead of the usual one");

@@ -14,6 +14,7 @@
 
 #include "commands.hpp"
 #include "exit_code.hpp"
+#include "font_file.hpp"
 #include "font_sheet.hpp"
 #include "io.hpp"
 #include "json_text.hpp"
@@ -26,20 +27,9 @@ using nlohmann::ordered_json;
 
 constexpr std::uint32_t kMostCode = 127;
 
-zelimp::Font read_font(const std::string& path) {
-  const Bytes file = read_file(path);
-  return about(input_name(path), [&] { return zelimp::Font::load(file); });
-}
-
 void print(const std::string& text) {
   const std::span<const std::byte> bytes = std::as_bytes(std::span(text));
   write_outputs({{"-", Bytes(bytes.begin(), bytes.end())}}, false);
-}
-
-void write_font(const zelimp::Font& font, const std::string& path, const Common& common, Progress& progress) {
-  const std::vector<Output> outputs = {{path, font.save()}};
-  write_outputs(outputs, common.force);
-  progress.wrote(outputs);
 }
 
 // What the bytes of an image are on average.
@@ -126,7 +116,7 @@ void run_train(const TrainOptions& options) {
   Progress progress(options.common.verbose);
   zelimp::Font font = options.font.empty() ? zelimp::Font() : read_font(options.font);
   for (const Sample& sample : samples) train(font, sample, progress);
-  write_font(font, options.output, options.common, progress);
+  write_font(font, options.output, options.common.force, progress);
 }
 
 struct ListOptions {
@@ -228,7 +218,7 @@ void run_merge(const MergeOptions& options) {
     about(input_name(path), [&] { all.merge(font); });
     progress.step("merged " + input_name(path) + ", " + std::to_string(all.size()) + " templates");
   }
-  write_font(all, options.output, options.common, progress);
+  write_font(all, options.output, options.common.force, progress);
 }
 
 struct ShowOptions {

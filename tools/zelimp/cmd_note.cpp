@@ -41,7 +41,7 @@ void add_note(CLI::App& program) {
   CLI::App& command = *program.add_subcommand("note", "Draw a specimen banknote, to try recognition with");
   command.add_option("VALUE", settings.value, "1, 2, 5, 10, 20, 50 or 100")
       ->required()
-      ->check(CLI::IsMember(std::vector<int>(zelimp::kNoteValues.begin(), zelimp::kNoteValues.end())));
+      ->check(one_of(zelimp::kNoteValues));
   command.add_option("-o,--output", options->front, "PNG of the front face to write, - standard output")->required();
   command.add_option("--rear", options->rear, "PNG of the rear face to write; it has no figure");
   command.add_option("--shift", options->shift, "Pixels by which the note lies right and down [0,0]")

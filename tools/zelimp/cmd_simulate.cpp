@@ -133,13 +133,12 @@ void add_holes_options(CLI::App& command, HoleSettings& holes) {
 
 void add_note_options(CLI::App& command, Options& options) {
   NoteSettings& note = options.note;
-  CLI::Option* const value =
-      command
-          .add_option_function<int>(
-              "--note", [&](int given) { options.draws_note = true, note.value = given; },
-              "The sheet is a specimen banknote of this value, instead of FRONT and REAR")
-          ->type_name("VALUE")
-          ->check(CLI::IsMember(std::vector<int>(zelimp::kNoteValues.begin(), zelimp::kNoteValues.end())));
+  CLI::Option* const value = command
+                                 .add_option_function<int>(
+                                     "--note", [&](int given) { options.draws_note = true, note.value = given; },
+                                     "The sheet is a specimen banknote of this value, instead of FRONT and REAR")
+                                 ->type_name("VALUE")
+                                 ->check(one_of(zelimp::kNoteValues));
   value->excludes("FRONT")->excludes("REAR");
   const auto add = [&](const char* name, std::uint32_t& number, const char* help, std::uint32_t most) {
     command.add_option(name, number, help)->check(between(0u, most))->needs(value)->group("With a note");

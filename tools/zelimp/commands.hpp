@@ -47,13 +47,21 @@ CLI::Validator between(Number least, Number most) {
       range);
 }
 
+// One of some numbers, written as they are here: compared as numbers, 012 would be an octal 10.
+template <class Numbers>
+CLI::Validator one_of(const Numbers& numbers) {
+  std::vector<std::string> texts;
+  for (const auto number : numbers) texts.push_back(std::to_string(number));
+  return CLI::IsMember(texts);
+}
+
 // The sensor's layout: two options, which are returned.
 inline std::vector<CLI::Option*> add_layout(CLI::App& command, bool& swap_sides, bool& model_7200) {
   const auto flag = [&command](const char* name, bool& value, const char* help) {
     return command
         .add_option_function<int>(
             name, [&value](int given) { value = given != 0; }, help)
-        ->check(CLI::IsMember({0, 1}))
+        ->check(one_of(std::initializer_list<int>{0, 1}))
         ->type_name("0|1");
   };
   return {flag("--swap-sides", swap_sides, "1: channel A reads the left half of a row, 0: the right half [1]"),

@@ -1,5 +1,6 @@
 #include <signal.h>
 #include <ZelIMP.hpp>
+#include <algorithm>
 #include <iostream>
 #include <new>
 
@@ -8,7 +9,10 @@
 
 namespace {
 
-int complain(tool::Exit exit, const std::string& sentence) {
+// Names of files may have anything in them; the sentence stays one line.
+int complain(tool::Exit exit, std::string sentence) {
+  std::ranges::replace_if(
+      sentence, [](unsigned char c) { return c < ' ' || c == 127; }, '?');
   std::cerr << "zelimp: " << sentence << "\n";
   return static_cast<int>(exit);
 }

@@ -168,6 +168,7 @@ namespace {
 std::optional<NoteRegion> region_at(unsigned char* dib, const LOCATION& place) {
   const DibFacts facts = dib_facts(dib);
   const int x = place.x < 0 ? wrap_add(place.x, facts.width) : place.x;
+  // Below 0 it is beyond the note, as LOCATION says; no class that is enabled has such a place.
   const int y = place.y < 0 ? wrap_sub(facts.height, place.y) : place.y;
   const Allocated cut(Extract_image(dib, x, y, place.width, place.height));
   const auto image = grey_dib(cut.get());
@@ -209,12 +210,7 @@ int Image_Equalize(unsigned char* dib) {
   return image ? zel::equalize(*image) : 0;
 }
 
-void definelocations() {
-  constexpr LOCATION kLocations[] = {{0, 38, 267, 86, 92},   {1, 38, 300, 66, 62},    {0, -144, 30, 114, 172},
-                                     {0, -149, 39, 120, 95}, {0, -155, 40, 140, 100}, {0, -155, 40, 140, 100},
-                                     {0, 715, 55, 140, 295}};
-  std::ranges::copy(kLocations, USDloc);
-}
+void definelocations() { std::ranges::copy(zel::kNoteLocations, USDloc); }
 
 int Money_Decode_Money(unsigned char* dib) try {
   definelocations();

@@ -2,6 +2,8 @@
 // of a note, without globals.
 #pragma once
 
+#include <ZelIMP/MoneyDecode.h>
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -16,6 +18,14 @@ int equalize(const GreyDib& image);
 
 inline constexpr std::size_t kNoteClasses = 7;
 inline constexpr std::array<int, kNoteClasses> kNoteValues = {1, 2, 5, 10, 20, 50, 100};  // by class
+// What definelocations enters, by class.
+inline constexpr std::array<LOCATION, kNoteClasses> kNoteLocations = {{{0, 38, 267, 86, 92},
+                                                                       {1, 38, 300, 66, 62},
+                                                                       {0, -144, 30, 114, 172},
+                                                                       {0, -149, 39, 120, 95},
+                                                                       {0, -155, 40, 140, 100},
+                                                                       {0, -155, 40, 140, 100},
+                                                                       {0, 715, 55, 140, 295}}};
 constexpr std::uint32_t note_class(std::uint32_t code) { return code & 15; }
 
 // Templates whose score is beyond it are not accepted.

@@ -47,11 +47,13 @@ struct Banknote {
 };
 
 // The value of a note, tried as ZelIMPMoneyGetValue does: second image, the same turned (ImageBox_Rotate180), first
-// image, the same turned; the first that is recognised. Images are 8-bit DIBs or whole bitmap files, not changed; empty
-// ones are left out. A template of a class that is not enabled, that was deleted, or that is larger than its region is
-// not compared. Throws not_loaded when a DIB does not lie within its bytes, unsupported for other depths or compressed
-// rows, over_limit; bad_argument when the region of an enabled class of which there are templates is not inside an
-// image (see Extract_image), and when such a template has its rows top to bottom or a mask of another size.
+// image, the same turned; the first that is recognised. Images are 8-bit DIBs with headers of 40 or 12 bytes, or whole
+// bitmap files, not changed; empty ones are left out. A template of a class that is not enabled, that was deleted, or
+// that is larger than its region is not compared. Both images are looked at before either is tried: throws not_loaded
+// when header, colour table and rows do not lie within the bytes one behind the other, unsupported for other depths,
+// headers or compressed rows, over_limit; bad_argument when the region of an enabled class of which there are templates
+// is empty or not inside an image (see Extract_image), and when such a template has its rows top to bottom or a mask of
+// another size.
 ZELIMP_API Banknote read_banknote(std::span<const std::byte> first, std::span<const std::byte> second,
                                   const Font& templates, const NoteLocations& locations = usual_locations(),
                                   const Limits& limits = {});

@@ -148,13 +148,12 @@ std::vector<NoteMatch> look(const Picture& picture, bool upright, const Candidat
 }  // namespace
 
 NoteLocations usual_locations() {
-  return {{{false, 38, 267, 86, 92},
-           {true, 38, 300, 66, 62},
-           {false, -144, 30, 114, 172},
-           {false, -149, 39, 120, 95},
-           {false, -155, 40, 140, 100},
-           {false, -155, 40, 140, 100},
-           {false, 715, 55, 140, 295}}};
+  NoteLocations locations;
+  std::ranges::transform(zel::kNoteLocations, locations.begin(), [](const LOCATION& place) -> NoteLocation {
+    return {place.enabled != 0, place.x, place.y, static_cast<std::uint32_t>(place.width),
+            static_cast<std::uint32_t>(place.height)};
+  });
+  return locations;
 }
 
 Banknote read_banknote(std::span<const std::byte> first, std::span<const std::byte> second, const Font& templates,

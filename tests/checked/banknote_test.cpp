@@ -35,11 +35,12 @@ TEST(Banknotes, tell_scores_and_places_as_the_flat_call_decides) {
   zelimp::NoteLocations locations;
   locations[5] = {true, -262, -202, 164, 164};
   Font font, corner;  // the upper left one of the picture is where class 1 is looked for
-  for (const std::uint32_t code : {5, 21, 8}) font.train(code, {160, 160, input(picture(160))});
+  for (const std::uint32_t code : {5, 21, 8})
+    font.train(code, {160, 160, input(code == 5 ? Bytes(25600, 255) : picture(160))});
   const auto close = zelimp::read_banknote(input(note(1023)), {}, font, locations).matches;
   const auto none = zelimp::read_banknote(input(note(1024)), {}, font, locations);
-  EXPECT_TRUE(close.size() == 2 && close[0].value == 50 && close[0].score == 999 && close[1].index == 1);
-  EXPECT_TRUE(none.value == 0 && none.matches.size() == 4 && none.matches[1].score == 1000);
+  EXPECT_TRUE(close.size() == 2 && close[0].value == 50 && close[0].score == 999 && close[1].index == 0);
+  EXPECT_TRUE(none.value == 0 && none.matches.size() == 4 && none.matches[0].score == 1000);
   corner.train(17, {50, 50, input(picture(50))});
   auto file = corner.save();
   ActualFont.Add_Char(17, reinterpret_cast<char*>(&file[18]));
@@ -56,6 +57,43 @@ TEST(Banknotes, tell_scores_and_places_as_the_flat_call_decides) {
   ActualFont.UnloadFont();
 }
 
+// 28 x 30 pixels, light but for a run of dark ones in each of the rows from 8 on: of bars[r] - '0', to column 26.
+Bytes barred(const std::string& bars, bool top_down) {
+  Bytes rows(28 * 30, 255);
+  for (std::size_t r = 0; r < bars.size(); ++r) {
+    std::uint8_t* const end = &rows[28 * (top_down ? 21 - r : 8 + r) + 27];
+    std::fill(end - (bars[r] - '0'), end, std::uint8_t{0});
+  }
+  return bitmap_file(28, top_down ? -30 : 30, rows);
+}
+
+TEST(Banknotes, search_ends_at_the_first_place_orientation_and_image) {
+  // What light templates find over rows 1 to 8 of these bars: their size; row of the best, whether it is upright, score
+  // and, with rows top to bottom, where the half turn mirrors alone, the same again.
+  constexpr const char* kBars[] = {"0100000JJ00000", "0200000JJ00000", "04040404JJ4040",
+                                   "04040404JJ4020", "02111111JJ0000", "00J0J0J0J00000"};
+  constexpr unsigned kCases[][6] = {{25, 2, 0, 1, 500, 500},  {25, 2, 1, 1, 0, 0},   {25, 2, 0, 0, 1500, 1500},
+                                    {25, 2, 0, 0, 500, 1500}, {25, 2, 0, 0, 0, 500}, {4, 6, 0, 1, 12, 12}};
+  const Bytes light(225, 255);
+  for (const std::size_t k : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}) {
+    const auto& [width, height, row, upright, score, other] = kCases[k / 2];
+    const bool down = k % 2 != 0, accepted = (down ? other : score) < 1000;
+    zelimp::NoteLocations locations;
+    locations[0] = locations[1] = locations[2] = {true, 2, down ? 10 : 9, 25, 8};  // cut a row lower with down
+    Font font;
+    for (const unsigned code : {16, 18, 17}) font.train(code, {width, height, input(light).first(width * height)});
+    font.train(33, {25, 9, input(light)}), font.remove(0);  // neither is compared
+    const Bytes first = barred(kBars[2], down), second = barred(kBars[k / 2], down);
+    const auto [value, matches] = zelimp::read_banknote(input(first), input(second), font, locations);
+    ASSERT_EQ(matches.size(), accepted ? 2 : 8) << k;
+    const auto& [index, code, its_value, is_second, is_upright, place, disagreeing, limit, its_score] = matches[0];
+    EXPECT_TRUE(value == (accepted ? 5 : 0) && index == 1 && code == 18 && its_value == 5 && is_second) << k;
+    EXPECT_TRUE(is_upright == (upright != 0) && place.left == 2 && place.top == 21 - height - row) << k;
+    EXPECT_TRUE(its_score == int(down ? other : score) && disagreeing * (limit == 2 ? 500 : 1) == unsigned(its_score))
+        << k;
+  }
+}
+
 TEST(Banknotes, refuse_what_does_not_fit_together) {
   const Bytes file = note(0), image = grey_dib(6, 2, 1), turned = grey_dib(6, -2, 1);
   zelimp::NoteLocations locations;
@@ -70,7 +108,10 @@ TEST(Banknotes, refuse_what_does_not_fit_together) {
   locations[1] = {true, 0, 0, 66, 62};
   EXPECT_EQ(read(plain_record(1, 1, 1, 1)), 2);
   EXPECT_THROW(read(font_record(6, -2, 1, 1, turned, turned)), zelimp::Error);
-  EXPECT_THROW(read(font_record(6, 2, 1, 1, image, grey_dib(5, 2, 1))), zelimp::Error);
+  for (const Bytes& mask : {turned, grey_dib(5, 2, 1), joined(grey_dib(6, 1, 1), Bytes(8))})
+    EXPECT_THROW(read(font_record(6, 2, 1, 1, image, mask)), zelimp::Error);
+  const Font font = Font::load(input(plain_record(1, 1, 1, 1)));
+  EXPECT_THROW(zelimp::read_banknote(input(image), input(file), font, locations), zelimp::Error);
 }
 
 }  // namespace

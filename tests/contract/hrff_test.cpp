@@ -129,16 +129,16 @@ TEST(Hrff, mirror_one_byte_off_and_mirror_top_down_turns_over) {
 TEST(Hrff, equalize_stretches_stored_values) {
   const auto stretched = [](int width, int height, const Bytes& before, int mean, bool mapped = false) {
     Bytes image = dib(width, height, before);
-    if (mapped) image[40 + 4 * 4] = 100, image[40 + 4 * 8] = 20;  // levels of the values 4 and 8
+    if (mapped) image[40 + 4 * 4] = 100, image[40 + 4 * 8] = 20, image[40 + 4 * 56] = 90;  // levels of 4, 8 and 56
     EXPECT_EQ(Image_Equalize(image.data()), mean);
     return pixels(image.data(), before.size());
   };
-  Bytes hundred(100, 60), wanted(100, 51);  // the two darkest and the two brightest are beyond the limits
-  hundred[0] = 0, hundred[1] = 10, hundred[2] = 50, hundred[97] = 100, hundred[98] = 240, hundred[99] = 250;
-  wanted[0] = wanted[1] = wanted[2] = 0, wanted[97] = wanted[98] = wanted[99] = 255;
-  EXPECT_EQ(stretched(20, 5, hundred, (94 * 51 + 3 * 255) / 100), wanted);
+  Bytes image(148, 60), wanted(148, 51);  // the two darkest and the two brightest are beyond the limits
+  image[0] = 0, image[1] = 10, image[2] = 50, image[145] = 100, image[146] = 240, image[147] = 250;
+  wanted[0] = wanted[1] = wanted[2] = 0, wanted[145] = wanted[146] = wanted[147] = 255;
+  EXPECT_EQ(stretched(4, 37, image, (142 * 51 + 3 * 255) / 148), wanted);
   EXPECT_EQ(stretched(3, 2, {9, 9, 9, 77, 9, 9, 9, 78}, 0), (Bytes{0, 0, 0, 77, 0, 0, 0, 78}));
-  EXPECT_EQ(stretched(4, 1, {4, 8, 60, 200}, (56 + 255) / 4, true), (Bytes{0, 0, 56, 255}));
+  EXPECT_EQ(stretched(4, 1, {4, 8, 60, 200}, (90 + 255) / 4, true), (Bytes{0, 0, 56, 255}));
   // Rows top to bottom are none.
   EXPECT_EQ(stretched(4, -1, {4, 8, 60, 200}, 0), (Bytes{4, 8, 60, 200}));
   Bytes upside_down = dib(4, -1, {4, 8, 60, 200});

@@ -65,15 +65,15 @@ TEST(Money, class_one_alone_is_looked_for) {
   for (int code = 0; code < 18; ++code) {
     std::fill_n(&USDloc[0].enabled, 35, 1);
     code == 0 ? void(ActualFont.UnloadFont()) : use(code, kFigure, kTrusted);
-    EXPECT_EQ(decoded(note(0)), code % 16 == 1 ? 2 : 0) << code;
+    EXPECT_EQ(code == 16 ? Money_Decode_Money(nullptr) : decoded(note(0)), code % 16 == 1 ? 2 : 0) << code;
     EXPECT_EQ(memcmp(USDloc, kTable, sizeof kTable), 0);
   }
 }
 
 TEST(Money, money_templates_that_always_match_and_limits) {
-  constexpr int kCases[][5] = {{66, 62, 0, 162, 2},   {66, 62, 0, 163, 0},  {66, 62, 127, 4092, 2},
-                               {4, 6, 0, 4092, 2},    {5, 5, 0, 4092, 0},   {66, -62, 0, 4092, 2},
-                               {66, -99, 0, 4092, 2}, {67, -5, 0, 4092, 0}, {67, 62, 0, 0, 0}};
+  constexpr int kCases[][5] = {{66, 62, 0, 162, 2}, {66, 62, 0, 163, 0},   {66, 62, 127, 4092, 2}, {4, 6, 0, 4092, 2},
+                               {5, 5, 0, 4092, 0},  {66, -62, 0, 4092, 2}, {66, -99, 0, 4092, 2},  {67, -5, 0, 4092, 0},
+                               {67, 62, 0, 0, 0},   {0, 6, 0, 4092, 2}};
   for (const auto& [width, height, mask, differing, wanted] : kCases) {
     use(1, width < 10 ? grey(width, height, 255) : drawn(width, height, figure), grey(width, height, mask));
     EXPECT_EQ(decoded(width < 10 ? grey(120, 370, 9) : note(differing)), wanted) << width << " x " << height;
@@ -81,14 +81,20 @@ TEST(Money, money_templates_that_always_match_and_limits) {
 }
 
 TEST(Money, money_one_bad_slot_refuses_all_and_money_mask_has_rows_of_the_template) {
-  for (const int bad : {0, 1, 2, 3, 4}) {  // in the second slot: nothing; too large, first of another class; missing
+  // In the second slot: nothing; too large, first of another class; missing; of too many rows; a mask that the slot
+  // holds, but not with the rows of the template.
+  for (const int bad : {0, 1, 2, 3, 4, 5, 6, 7}) {
     use(1, kFigure, kTrusted), add(bad == 1 ? 2 : 17, bad == 2 ? grey(67, 62, 0) : kFigure, kTrusted);
     FontSlot& slot = ActualFont.slots[1];
     if (bad == 1 || bad == 2) --slot.size;
     if (bad == 3) std::free(slot.image), slot.image = nullptr;
     if (bad == 4) std::free(slot.variance), slot.variance = nullptr;
+    if (bad == 5 || bad == 6) ++(bad == 5 ? slot.image : slot.variance)[8];
+    if (bad == 7) slot.variance[8] = 61, slot.variance[32] = slot.variance[33] = 1;
     EXPECT_EQ(decoded(note(0)), bad < 2 ? 2 : 0) << bad;
   }
+  std::swap(ActualFont.slots[0], ActualFont.slots[127]), ActualFont.slots[1].code = 0, ActualFont.count = 1000;
+  EXPECT_EQ(decoded(note(0)), 2);  // 128 slots are looked at
   Bytes mask = drawn(66, 62, [](int r, int c) { return r * 66 + c < 200 ? 255 : 0; });
   mask[4] = 20, mask[8] = 50;  // of the header only
   use(1, kFigure, mask);

@@ -21,10 +21,11 @@ Bytes lines(const Bytes& src, unsigned from, unsigned to, unsigned step, unsigne
   for (unsigned i = 0; i < dst.size(); ++i) {
     const double centre = i / step % to / scale;
     const int left = static_cast<int>(centre + 0.5 - width), right = static_cast<int>(left + 2 * width);
+    const std::uint8_t* const line = &src[i / step / to * from * step + i % step];
     double sum = 0, weights = 0;
     for (int j = std::max(left, 0); j <= std::min(right, static_cast<int>(from) - 1); ++j) {
       const double weight = zelimp::filter_weight(kernel, (centre - j) * factor);
-      sum += src[(i / step / to * from + unsigned(j)) * step + i % step] * weight;
+      sum += line[unsigned(j) * step] * weight;
       weights += weight;
     }
     dst[i] = static_cast<std::uint8_t>(weights == 0 ? 0.0 : std::clamp(sum / weights, 0.0, 255.0));

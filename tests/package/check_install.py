@@ -1,8 +1,8 @@
 """Installs the build into a scratch prefix and uses it from there as a host would.
 
-Every header is compiled on its own. Small programs (consumer/) are built and run in both ways that a host can find the
-library: by find_package in CMake and by pkg-config, in the latter those in README.md, too. Before that the prefix is
-renamed, so that a path of the installation that got into a file shows. A tool that was built must run from there.
+Every header is compiled on its own. Programs are built and run in both ways that a host can find the library: those in
+consumer/ by find_package in CMake, those in README.md by pkg-config. Before that the prefix is renamed, so that a path
+of the installation that got into a file shows. A tool that was built must run from there, too.
 """
 
 import argparse
@@ -16,7 +16,6 @@ import sys
 
 HERE = pathlib.Path(__file__).resolve().parent
 STRICT = "-pedantic -Wall -Wextra -Werror"
-CONSUMERS = [("flat_c99.c", "-std=c99"), ("flat_cpp17.cpp", "-std=c++17"), ("checked_cpp20.cpp", "-std=c++20")]
 
 
 def run(*command, statuses=(0,), **options):
@@ -53,8 +52,8 @@ def by_cmake(prefix, work, arguments):
         f"-DCMAKE_C_FLAGS={arguments.flags} {STRICT}", f"-DCMAKE_CXX_FLAGS={arguments.flags} {STRICT}",
         f"-DZELIMP_WANTED={arguments.version}")
     run(arguments.cmake, "--build", work)
-    for source, _ in CONSUMERS:
-        run(work / pathlib.Path(source).stem)
+    for program in ("flat_c99", "flat_cpp17", "checked_cpp20"):
+        run(work / program)
 
 
 def by_pkg_config(prefix, work, arguments):
@@ -68,15 +67,14 @@ def by_pkg_config(prefix, work, arguments):
     if ask("--modversion") != [arguments.version]:
         sys.exit("pkg-config tells a version other than " + arguments.version)
     work.mkdir()
-    from_readme = list(readme_programs(work))
-    if not from_readme:
+    programs = list(readme_programs(work))
+    if not programs:
         sys.exit("README.md contains no program")
-    for source, standard in [*((HERE / "consumer" / source, standard) for source, standard in CONSUMERS), *from_readme]:
-        program = work / source.stem
+    for source, standard in programs:
         run(arguments.cc if source.suffix == ".c" else arguments.cxx, standard, *shlex.split(STRICT),
-            *shlex.split(arguments.flags), source, "-o", program, *ask("--cflags"), *ask("--libs"))
-        # Without arguments those of README.md may explain their usage.
-        run(program, statuses=(0, 2) if source.parent == work else (0,), env=with_path("LD_LIBRARY_PATH", libdir))
+            *shlex.split(arguments.flags), source, "-o", source.stem, *ask("--cflags"), *ask("--libs"), cwd=work)
+        # Without arguments it may explain its usage.
+        run(work / source.stem, statuses=(0, 2), env=with_path("LD_LIBRARY_PATH", libdir))
 
 
 def main():

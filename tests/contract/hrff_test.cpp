@@ -23,11 +23,12 @@ struct Face {
   std::string text;
 };
 
-std::vector<Face> faces(bool rear, const char* failed, const char* missing) {
-  return {{PunchedLine{.digits = "024680", .rear = rear}.file(), 0, "024680"},
-          {PunchedLine{.digits = "024680", .rear = rear, .top_down = true}.file(), 0, "024680"},
-          {PunchedLine{.digits = "97 5?3", .rear = rear, .width = 1403}.file(), 0, "97  5?3"},
-          {PunchedLine{.digits = "", .rear = rear}.file(), 1, failed},
+// left: where the line begins, so that all of it lies only in the zone of the call that is tested.
+std::vector<Face> faces(bool rear, int left, const char* failed, const char* missing) {
+  return {{PunchedLine{.digits = "024680", .left = left, .rear = rear}.file(), 0, "024680"},
+          {PunchedLine{.digits = "024680", .left = left, .rear = rear, .top_down = true}.file(), 0, "024680"},
+          {PunchedLine{.digits = "97 5?3", .left = left, .rear = rear, .width = 1403}.file(), 0, "97  5?3"},
+          {PunchedLine{.digits = "", .left = left, .rear = rear}.file(), 1, failed},
           {{}, 1, failed},
           {{}, 2, missing}};
 }
@@ -38,8 +39,8 @@ TEST(Hrff, validate_missing_and_null_and_validate_compares_faces) {
     return file.empty() ? no_file : file.data();
   };
   char result[272];
-  for (const Face& front : faces(false, "Error Decodeing Front\n", "Error reading the Front image\n")) {
-    for (const Face& rear : faces(true, "Error decoding rear\n", "Error reading the Rear image\n")) {
+  for (const Face& front : faces(false, 400, "Error Decodeing Front\n", "Error reading the Front image\n")) {
+    for (const Face& rear : faces(true, 400, "Error decoding rear\n", "Error reading the Rear image\n")) {
       Bytes front_file = front.file, rear_file = rear.file, mirrored = rear.file;
       EXPECT_EQ(ZelIMPValidateMH(address(front, front_file), address(rear, rear_file), result),
                 front.status + 4 * rear.status);
@@ -53,8 +54,8 @@ TEST(Hrff, validate_missing_and_null_and_validate_compares_faces) {
 TEST(Hrff, decode_statuses_and_messages) {
   char result[128];
   for (unsigned char side : {std::uint8_t{0}, std::uint8_t{255}}) {
-    for (const Face& face :
-         faces(side != 0, side == 0 ? "Error Decoding Front" : "Error Decoding Rear\n", "Error reading the image\n")) {
+    for (const Face& face : faces(side != 0, 150, side == 0 ? "Error Decoding Front" : "Error Decoding Rear\n",
+                                  "Error reading the image\n")) {
       Bytes file = face.file, after = file;
       if (file.empty() && face.status == 1) continue;  // only a bitmap file can be null and yet not missing
       EXPECT_EQ(ZelIMPDecodeMH(file.empty() ? nullptr : chars(file) + 14, result, &side), face.status);

@@ -40,9 +40,10 @@ TEST(Raw, descrambling_is_its_steps) {
 
 TEST(Raw, descrambling_refuses_before_it_writes) {
   // Samples, the tag and value that make it so, lag, halving, status.
-  constexpr unsigned kCases[][6] = {{1, 258, 16, 0, 0, 2}, {1, 259, 4, 0, 0, 2},  {1, kMake, 0, 0, 0, 1},
-                                    {1, 256, 0, 0, 0, 1},  {3, 279, 89, 0, 0, 1}, {1, 305, 0, 7, 0, 2},
-                                    {1, 305, 0, 4, 1, 2},  {3, 305, 0, 7, 0, 2},  {1, 305, 0, 1u << 31 | 1, 1, 2}};
+  constexpr unsigned kCases[][6] = {{1, 258, 16, 0, 0, 2},          {1, 259, 4, 0, 0, 2},  {1, kMake, 0, 0, 0, 1},
+                                    {1, 256, 0, 0, 0, 1},           {3, 279, 89, 0, 0, 1}, {1, 305, 0, 7, 0, 2},
+                                    {1, 305, 0, 4, 1, 2},           {1, 305, 0, 4, 2, 2},  {3, 305, 0, 7, 0, 2},
+                                    {1, 305, 0, 1u << 31 | 1, 1, 2}};
   for (const auto& [samples, tag, value, drop, halve, status] : kCases) {
     Bytes tiff = device_tiff(5, 6, samples, Bytes(90)).set(tag & 511, 4, longs({value})).bytes(), out = untouched(200);
     unsigned size = 77;

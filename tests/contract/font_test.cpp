@@ -17,7 +17,7 @@ namespace {
 struct Font : testing::Test {
   ~Font() override { close(fd); }
   void write(const Bytes& bytes) { std::ofstream(path) << std::string(bytes.begin(), bytes.end()); }
-  Bytes written() { return Bytes(std::istreambuf_iterator<char>(std::ifstream(path).rdbuf()), {}); }
+  Bytes written() { return content_of(path); }
   int load(const Bytes& bytes) { return write(bytes), font.LoadFont(path.data()); }
   int add(int code, Bytes sample) { return font.Add_Char(code, chars(sample)); }
   int mask(int code, Bytes image) { return font.Add_Mask(code, chars(image)); }

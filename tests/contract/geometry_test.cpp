@@ -13,8 +13,7 @@ static void check(auto step, unsigned width, unsigned height, const char* before
   const Bytes pixels = ascii(before);
   const auto samples = static_cast<unsigned>(pixels.size()) / width / height;
   Bytes file = device_tiff(width, height, samples, pixels).bytes(), dst = untouched(32), want = dst;
-  TiffImage image;
-  EXPECT_EQ(image.load(file.data()), 0);
+  LoadedImage image(file);
   if constexpr (std::is_invocable_v<decltype(step), TiffImage&>) {
     (image.*step)();
     EXPECT_EQ(Bytes(image.image, image.image + pixels.size()), ascii(after));
@@ -25,7 +24,6 @@ static void check(auto step, unsigned width, unsigned height, const char* before
   EXPECT_EQ(dst, want) << after;
   EXPECT_EQ(std::tuple(image.width, image.height, image.imageSize, image.header->getWidth(), image.header->getHeigth()),
             std::tuple(new_width, new_height, new_width * new_height * samples, new_width, new_height));
-  image.clear();
 }
 
 TEST(Geometry, turns_and_flip_colour_odd_width_and_split_colour_odd_width) {

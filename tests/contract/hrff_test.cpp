@@ -5,28 +5,16 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 
-#include "support.hpp"
-#include "support/punched_line.hpp"
+#include "imagbox_page.hpp"
 
 namespace zel::test {
 namespace {
 
 namespace fs = std::filesystem;
 
-char* chars(Bytes& bytes, std::size_t from = 0) { return reinterpret_cast<char*>(bytes.data() + from); }
-
-// A DIB of a few pixels, rows as they lie, with a grey ramp; the pixels of one; one for the library to free.
-Bytes dib(int width, int height, const Bytes& pixels) {
-  const Bytes file = bitmap_file(width, height, pixels);
-  return {file.begin() + 14, file.end()};
-}
-Bytes pixels(const void* dib, std::size_t count) {
-  const auto* const begin = static_cast<const std::uint8_t*>(dib) + 1064;
-  return {begin, begin + count};
-}
+// An image for the library to free.
 char* given(const Bytes& dib) { return static_cast<char*>(memcpy(std::malloc(dib.size()), dib.data(), dib.size())); }
 
 struct Face {
@@ -35,11 +23,12 @@ struct Face {
   std::string text;
 };
 
-std::vector<Face> faces(bool rear, const char* failed, const char* missing) {
-  return {{PunchedLine{.digits = "024680", .rear = rear}.file(), 0, "024680"},
-          {PunchedLine{.digits = "024680", .rear = rear, .top_down = true}.file(), 0, "024680"},
-          {PunchedLine{.digits = "97 5?3", .rear = rear, .width = 1403}.file(), 0, "97  5?3"},
-          {PunchedLine{.digits = "", .rear = rear}.file(), 1, failed},
+// left: where the line begins, so that all of it lies only in the zone of the call that is tested.
+std::vector<Face> faces(bool rear, int left, const char* failed, const char* missing) {
+  return {{PunchedLine{.digits = "024680", .left = left, .rear = rear}.file(), 0, "024680"},
+          {PunchedLine{.digits = "024680", .left = left, .rear = rear, .top_down = true}.file(), 0, "024680"},
+          {PunchedLine{.digits = "97 5?3", .left = left, .rear = rear, .width = 1403}.file(), 0, "97  5?3"},
+          {PunchedLine{.digits = "", .left = left, .rear = rear}.file(), 1, failed},
           {{}, 1, failed},
           {{}, 2, missing}};
 }
@@ -50,13 +39,13 @@ TEST(Hrff, validate_missing_and_null_and_validate_compares_faces) {
     return file.empty() ? no_file : file.data();
   };
   char result[272];
-  for (const Face& front : faces(false, "Error Decodeing Front\n", "Error reading the Front image\n")) {
-    for (const Face& rear : faces(true, "Error decoding rear\n", "Error reading the Rear image\n")) {
+  for (const Face& front : faces(false, 400, "Error Decodeing Front\n", "Error reading the Front image\n")) {
+    for (const Face& rear : faces(true, 400, "Error decoding rear\n", "Error reading the Rear image\n")) {
       Bytes front_file = front.file, rear_file = rear.file, mirrored = rear.file;
       EXPECT_EQ(ZelIMPValidateMH(address(front, front_file), address(rear, rear_file), result),
                 front.status + 4 * rear.status);
       EXPECT_EQ(result, front.text == rear.text ? front.text : "Front=" + front.text + "\nRear=" + rear.text);
-      if (!mirrored.empty()) ImageBox_Mirror(chars(mirrored, 14));
+      if (!mirrored.empty()) ImageBox_Mirror(chars(mirrored) + 14);
       EXPECT_TRUE(front_file == front.file && rear_file == mirrored);
     }
   }
@@ -65,12 +54,12 @@ TEST(Hrff, validate_missing_and_null_and_validate_compares_faces) {
 TEST(Hrff, decode_statuses_and_messages) {
   char result[128];
   for (unsigned char side : {std::uint8_t{0}, std::uint8_t{255}}) {
-    for (const Face& face :
-         faces(side != 0, side == 0 ? "Error Decoding Front" : "Error Decoding Rear\n", "Error reading the image\n")) {
+    for (const Face& face : faces(side != 0, 150, side == 0 ? "Error Decoding Front" : "Error Decoding Rear\n",
+                                  "Error reading the image\n")) {
       Bytes file = face.file, after = file;
       if (file.empty() && face.status == 1) continue;  // only a bitmap file can be null and yet not missing
-      EXPECT_EQ(ZelIMPDecodeMH(file.empty() ? nullptr : chars(file, 14), result, &side), face.status);
-      if (side != 0 && !file.empty()) ImageBox_Mirror(chars(after, 14));
+      EXPECT_EQ(ZelIMPDecodeMH(file.empty() ? nullptr : chars(file) + 14, result, &side), face.status);
+      if (side != 0 && !file.empty()) ImageBox_Mirror(chars(after) + 14);
       EXPECT_TRUE(result == face.text && file == after) << result;
     }
   }
@@ -112,15 +101,15 @@ TEST(Hrff, mix_front_rear_as_they_come) {
 
 TEST(Hrff, mirror_one_byte_off_and_mirror_top_down_turns_over) {
   const auto mirrored = [](int width, int height, const Bytes& before) {
-    Bytes image = dib(width, height, before);
+    Bytes image = ramp_dib(width, height, before);
     EXPECT_EQ(ImageBox_Mirror(chars(image)), 1);
-    return pixels(image.data(), before.size());
+    return bytes_at(image.data() + 1064, before.size());
   };
   EXPECT_EQ(mirrored(4, 2, {1, 2, 3, 4, 5, 6, 7, 8}), (Bytes{0, 4, 3, 2, 1, 8, 7, 6}));
   EXPECT_EQ(mirrored(5, 2, {1, 2, 3, 4, 5, 90, 91, 92, 6, 7, 8, 9, 10, 93, 94, 95}),
             (Bytes{0, 0, 0, 0, 5, 4, 3, 2, 1, 0, 0, 0, 10, 9, 8, 7}));
   EXPECT_EQ(mirrored(3, -3, {1, 2, 3, 90, 4, 5, 6, 91, 7, 8, 9, 92}), (Bytes{7, 8, 9, 92, 4, 5, 6, 91, 1, 2, 3, 90}));
-  Bytes other = dib(4, 1, {1, 2, 3, 4}), before;
+  Bytes other = ramp_dib(4, 1, {1, 2, 3, 4}), before;
   other[14] = 4, before = other;
   EXPECT_EQ(ImageBox_Mirror(chars(other)) + Image_Equalize(other.data()), 0);
   EXPECT_EQ(other, before);
@@ -128,10 +117,10 @@ TEST(Hrff, mirror_one_byte_off_and_mirror_top_down_turns_over) {
 
 TEST(Hrff, equalize_stretches_stored_values) {
   const auto stretched = [](int width, int height, const Bytes& before, int mean, bool mapped = false) {
-    Bytes image = dib(width, height, before);
+    Bytes image = ramp_dib(width, height, before);
     if (mapped) image[40 + 4 * 4] = 100, image[40 + 4 * 8] = 20, image[40 + 4 * 56] = 90;  // levels of 4, 8 and 56
     EXPECT_EQ(Image_Equalize(image.data()), mean);
-    return pixels(image.data(), before.size());
+    return bytes_at(image.data() + 1064, before.size());
   };
   Bytes image(148, 60), wanted(148, 51);  // the two darkest and the two brightest are beyond the limits
   image[0] = 0, image[1] = 10, image[2] = 50, image[145] = 100, image[146] = 240, image[147] = 250;
@@ -141,7 +130,7 @@ TEST(Hrff, equalize_stretches_stored_values) {
   EXPECT_EQ(stretched(4, 1, {4, 8, 60, 200}, (90 + 255) / 4, true), (Bytes{0, 0, 56, 255}));
   // Rows top to bottom are none.
   EXPECT_EQ(stretched(4, -1, {4, 8, 60, 200}, 0), (Bytes{4, 8, 60, 200}));
-  Bytes upside_down = dib(4, -1, {4, 8, 60, 200});
+  Bytes upside_down = ramp_dib(4, -1, {4, 8, 60, 200});
   const Bytes before = upside_down;
   EXPECT_EQ(ImageBox_Normalize(chars(upside_down)), 255);
   EXPECT_EQ(ImageBox_Box(chars(upside_down)), 0);
@@ -149,16 +138,16 @@ TEST(Hrff, equalize_stretches_stored_values) {
 }
 
 TEST(Hrff, convolution_is_the_geometric_mean) {
-  Bytes a = dib(3, 2, {0, 255, 10, 99, 2, 7, 200, 99}), b = dib(5, 1, {9, 255, 25, 1, 1, 99, 99, 99});
+  Bytes a = ramp_dib(3, 2, {0, 255, 10, 99, 2, 7, 200, 99}), b = ramp_dib(5, 1, {9, 255, 25, 1, 1, 99, 99, 99});
   const std::unique_ptr<unsigned char, decltype(&std::free)> both(Convolute_images(chars(a), chars(b)), std::free);
-  EXPECT_EQ(Bytes(both.get(), both.get() + a.size() - 4), dib(3, 1, {0, 255, 16, 0}));
+  EXPECT_EQ(Bytes(both.get(), both.get() + a.size() - 4), ramp_dib(3, 1, {0, 255, 16, 0}));
 }
 
 TEST(Hrff, mix_images_of_unequal_size_and_variance_of_unequal_size) {
-  Bytes sample = dib(5, 1, {10, 20, 30, 40, 50, 0, 0, 0});
-  char *mean = given(dib(2, 3, {100, 101, 1, 2, 102, 103, 3, 4, 110, 111, 5, 6})), *none = nullptr;
-  char* fraction = given(dib(2, 3, {128, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
-  char* variance = given(dib(2, 2, {8, 9, 0, 0, 10, 11, 0, 0}));
+  Bytes sample = ramp_dib(5, 1, {10, 20, 30, 40, 50, 0, 0, 0});
+  char *mean = given(ramp_dib(2, 3, {100, 101, 1, 2, 102, 103, 3, 4, 110, 111, 5, 6})), *none = nullptr;
+  char* fraction = given(ramp_dib(2, 3, {128, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+  char* variance = given(ramp_dib(2, 2, {8, 9, 0, 0, 10, 11, 0, 0}));
   ImageBox_Mix_Images(chars(sample), -1, &none, &none);
   ImageBox_Variance(chars(sample), -1, &mean, &none);
   EXPECT_EQ(none, nullptr);
@@ -173,14 +162,9 @@ TEST(Hrff, mix_images_of_unequal_size_and_variance_of_unequal_size) {
   for (std::size_t k = 0; char* image : {mean, fraction, variance}) {
     EXPECT_EQ(DIBWidth(image) * 10 + DIBHeight(image), 53);
     EXPECT_EQ(memcmp(image + 40 + 4 * 65, &kLevel65[k], 4), 0);
-    EXPECT_TRUE(std::ranges::equal(pixels(image, 24), kWanted[k++]));
+    EXPECT_TRUE(std::ranges::equal(bytes_at(image + 1064, 24), kWanted[k++]));
     std::free(image);
   }
-}
-
-Bytes content(const char* bitmap, std::size_t from) {
-  std::ifstream in(bitmap, std::ios::binary);
-  return Bytes(std::istreambuf_iterator<char>(in.seekg(static_cast<std::streamoff>(from))), {});
 }
 
 // In a working directory of its own.
@@ -189,21 +173,19 @@ TEST(Hrff, split_bitmap_files_and_the_font_comes_and_goes) {
   fs::create_directory(folder);
   fs::current_path(folder);
 
-  Bytes image = dib(2, -2, {0, 0, 0, 1, 11, 1, 99, 98, 10, 10, 10, 0, 0, 12, 97, 96});
-  EXPECT_EQ(SplitBitmap(chars(image)) + SplitBitmap(nullptr), 0);
+  Bytes image = dib({40, 2, -2, 24}, {0, 0, 0, 1, 11, 1, 99, 98, 10, 10, 10, 0, 0, 12, 97, 96});
+  EXPECT_EQ(SplitBitmap(Page(2, 2).dib()) + SplitBitmap(nullptr), 0);
   EXPECT_TRUE(fs::is_empty("."));
-  image[14] = 24;
-  image.erase(image.begin() + 40, image.begin() + 1064);
   EXPECT_EQ(SplitBitmap(chars(image)), 0);
-  EXPECT_EQ(content("Color.bmp", 54), (Bytes{0, 0, 0, 1, 11, 1, 99, 98, 10, 10, 10, 0, 0, 0, 0, 0}));
-  EXPECT_EQ(content("BW.bmp", 54), (Bytes{0, 0, 0, 255, 255, 255, 255, 255, 255, 0, 0, 0, 0, 0, 0, 0}));
+  EXPECT_EQ(content_of("Color.bmp", 54), (Bytes{0, 0, 0, 1, 11, 1, 99, 98, 10, 10, 10, 0, 0, 0, 0, 0}));
+  EXPECT_EQ(content_of("BW.bmp", 54), (Bytes{0, 0, 0, 255, 255, 255, 255, 255, 255, 0, 0, 0, 0, 0, 0, 0}));
 
   char font[] = "font", none[] = "none", prefix[] = "p_";
-  Bytes sample = dib(4, 1, {1, 2, 3, 4}), other = dib(4, 1, {5, 6, 7, 8}), mask = dib(4, 1, {9, 9, 9, 9});
-  EXPECT_EQ(ZelIMPAdd_Char('z', chars(sample)) * 10 + ZelIMPAdd_Char(14, chars(other)), 12);
-  EXPECT_EQ(ZelIMPAdd_Mask(14, chars(mask)) * 10 + ZelIMPAdd_Mask(15, chars(mask)), 20);
+  Page sample(4, 1, 1), other(4, 1, 5), mask(4, 1, 9);
+  EXPECT_EQ(ZelIMPAdd_Char('z', sample.dib()) * 10 + ZelIMPAdd_Char(14, other.dib()), 12);
+  EXPECT_EQ(ZelIMPAdd_Mask(14, mask.dib()) * 10 + ZelIMPAdd_Mask(15, mask.dib()), 20);
   EXPECT_EQ(ZelIMPSaveFontFile(font) + ZelIMPGetFontImages(prefix), 0);
-  EXPECT_TRUE(content("p_7AIMG.bmp", 14) == dib(4, 1, {1, 2, 3, 4}) && content("p_EVAR.bmp", 14) == mask);
+  EXPECT_TRUE(content_of("p_7AIMG.bmp", 14) == Page(4, 1, 1).bytes && content_of("p_EVAR.bmp", 14) == mask.bytes);
   EXPECT_EQ(ZelIMPUnloadAllRecognizers() * 10 + ActualFont.count, 10);
   ImageBox_Init(4);
   EXPECT_EQ(ZelIMPLoadRecognizer(none, 2) * 10 + static_cast<int>(TYPE), 4);

@@ -112,35 +112,29 @@ TEST(ImagBox, decode_distances) {
 }
 
 TEST(ImagBox, extract_image_top_down_and_extract_image_padding) {
-  for (const bool down : {false, true}) {
-    Page page(6, down ? -9 : 9);
+  // Whether rows lie top to bottom, the zone, and the first of its rows as they lie; -1: refused.
+  constexpr int kCases[][6] = {
+      {0, 1, 4, 5, 3, 4},   {0, 5, 8, 1, 1, 8},   {0, 0, 0, 0, 0, 0},        {0, 2, 4, 5, 3, -1}, {0, 1, 7, 5, 3, -1},
+      {0, -1, 4, 5, 3, -1}, {0, 1, 4, 5, -3, -1}, {0, INT_MAX, 4, 5, 3, -1}, {1, 1, 4, 5, 3, 5},  {1, 1, 7, 5, 3, 2},
+      {1, 0, 3, 6, 3, 6},   {1, 0, 9, 0, 0, -1},  {1, 1, 8, 5, 3, -1},       {1, 1, 4, 5, 2, -1}, {1, 1, 4, 5, 5, -1},
+      {1, 1, -4, 5, 3, -1}, {1, 2, 4, 5, 3, -1}};
+  for (const auto& [down, x, y, w, h, first] : kCases) {
+    Page page(6, down != 0 ? -9 : 9);
     for (int i = 0; i < 9 * 8; ++i) page.at(i % 8, i / 8) = std::uint8_t(i);
-    const Bytes before = page.bytes;
-    const auto cut = [&](int x, int y, int w, int h, std::initializer_list<int> rows) {
-      page.bytes = before;
-      unsigned char* const zone = Extract_image(page.data(), x, y, w, h);
-      EXPECT_EQ(zone == nullptr, rows.size() == 0) << x << ' ' << y << ' ' << w << ' ' << h;
-      EXPECT_EQ(DIBHeight(page.dib()), down && zone != nullptr ? -9 : 9);
-      if (zone == nullptr) return;
-      const int width = w == 0 ? 6 : w, stride = (width + 3) / 4 * 4;
-      Page wanted(width, int(rows.size()), 0);
-      auto row = rows.begin();
-      for (int i = 0; i < int(wanted.bytes.size()) - 1064; ++i) {
-        const int from = row[i / stride] * 8 + x + i % stride;
-        wanted.bytes[std::size_t(1064 + i)] = std::uint8_t(from < 72 ? from : 0);
-      }
-      EXPECT_EQ(bytes_at(zone, wanted.bytes.size()), wanted.bytes);
-      std::free(zone);
-    };
-    if (down) {
-      cut(1, 4, 5, 3, {5, 4, 3}), cut(1, 7, 5, 3, {2, 1, 0}), cut(0, 9, 0, 0, {}), cut(0, 3, 6, 3, {6, 5, 4});
-      cut(1, 8, 5, 3, {}), cut(1, 4, 5, 2, {}), cut(1, 4, 5, 5, {}), cut(1, -4, 5, 3, {}), cut(2, 4, 5, 3, {});
-    } else {
-      cut(1, 4, 5, 3, {4, 5, 6}), cut(5, 8, 1, 1, {8}), cut(0, 0, 0, 0, {0, 1, 2, 3, 4, 5, 6, 7, 8});
-      cut(2, 4, 5, 3, {}), cut(1, 7, 5, 3, {}), cut(-1, 4, 5, 3, {}), cut(1, 4, 5, -3, {}), cut(INT_MAX, 4, 5, 3, {});
+    Page other = page;
+    other.bytes[14] = 24;
+    EXPECT_TRUE(Extract_image(other.data(), x, y, w, h) == nullptr && DIBHeight(other.dib()) == page.height);
+    unsigned char* const zone = Extract_image(page.data(), x, y, w, h);
+    EXPECT_EQ(zone == nullptr, first < 0) << down << ' ' << x << ' ' << y << ' ' << w << ' ' << h;
+    EXPECT_EQ(DIBHeight(page.dib()), down != 0 && zone != nullptr ? -9 : 9);
+    if (zone == nullptr) continue;
+    Page wanted(w == 0 ? 6 : w, h == 0 ? 9 : h);
+    for (int i = 0; i < wanted.stride * wanted.height; ++i) {
+      const int row = first + i / wanted.stride * (down != 0 ? -1 : 1), from = row * 8 + x + i % wanted.stride;
+      wanted.at(i, 0) = std::uint8_t(from < 72 ? from : 0);
     }
-    page.bytes = before, page.bytes[14] = 24;
-    EXPECT_TRUE(Extract_image(page.data(), 1, 4, 5, 3) == nullptr && DIBHeight(page.dib()) == (down ? -9 : 9));
+    EXPECT_EQ(bytes_at(zone, wanted.bytes.size()), wanted.bytes);
+    std::free(zone);
   }
 }
 
@@ -219,15 +213,12 @@ TEST(ImagBox, neighbours_and_middles) {
 TEST(ImagBox, drawn_digits_are_read) {
   EXPECT_TRUE(Make_font_holes(-1) == nullptr && Make_font_holes(10) == nullptr);
   ImageBox_Init(2);
-  for (char digit = '0'; digit <= '9'; ++digit) {
-    Page page = punched({60, 110, 160, 210, 260, 310, 360, 410}, std::string(8, digit));
-    char* const string = Extract_string(page.dib());
-    EXPECT_EQ(ImageBox_Box(string), 1);
-    std::array<char, 128> text;
-    EXPECT_EQ(ImageBox_Decode_holes(string, text.data()), 8);
-    EXPECT_EQ(text.data(), std::string(8, digit));
-    std::free(string);
-  }
+  char text[128];
+  char* const string = Extract_string(punched({60, 110, 160, 210, 260, 310, 360, 410, 460, 510}, "0123456789").dib());
+  EXPECT_EQ(ImageBox_Box(string), 1);
+  EXPECT_EQ(ImageBox_Decode_holes(string, text), 10);
+  EXPECT_STREQ(text, "0123456789");
+  std::free(string);
   unsigned char* const dot = Make_dot();
   const Bytes pixels = bytes_at(dot + 1064, 64);
   std::free(dot);

@@ -1,4 +1,4 @@
-// Pages to draw on, for the tests of recognition.
+// Images in memory to draw on, for the tests of recognition.
 #pragma once
 
 #include "support.hpp"
@@ -7,11 +7,16 @@
 
 namespace zel::test {
 
-// An 8-bit image of one level with a grey ramp.
+// An 8-bit image with a grey ramp; pixels: its rows as they lie, with their padding.
+inline Bytes ramp_dib(int width, int height, const Bytes& pixels) {
+  const Bytes file = bitmap_file(width, height, pixels);
+  return {file.begin() + 14, file.end()};
+}
+
+// One of a single level.
 struct Page {
   Page(int w, int h, int level = 255) : width(w), height(h), stride((w + 3) / 4 * 4) {
-    const Bytes file = bitmap_file(w, h, Bytes(static_cast<std::size_t>(stride * std::abs(h)), std::uint8_t(level)));
-    bytes.assign(file.begin() + 14, file.end());
+    bytes = ramp_dib(w, h, Bytes(std::size_t(stride * std::abs(h)), std::uint8_t(level)));
   }
   std::uint8_t& at(int x, int y) { return bytes[static_cast<std::size_t>(1064 + y * stride + x)]; }
   std::uint8_t& entry(int i) { return bytes[static_cast<std::size_t>(40 + 4 * i)]; }

@@ -2,26 +2,20 @@
 
 #include <cstdlib>
 
-#include "support.hpp"
-#include "support/punched_line.hpp"
+#include "imagbox_page.hpp"
 
 namespace zel::test {
 namespace {
 
-char* chars(Bytes& dib) { return reinterpret_cast<char*>(dib.data()); }
-
 // A DIB with a grey ramp whose row r, as it lies, and column c are value(r, c).
 Bytes drawn(int width, int height, auto value) {
-  const int stride = (width + 3) / 4 * 4;
-  Bytes rows(std::size_t(stride * std::abs(height)));
-  for (int k = 0; k < stride * std::abs(height); ++k)
-    rows[std::size_t(k)] = std::uint8_t(value(k / stride, k % stride));
-  const Bytes file = bitmap_file(width, height, rows);
-  return {file.begin() + 14, file.end()};
+  Page page(width, height);
+  for (int r = 0; r < std::abs(height); ++r) {
+    for (int c = 0; c < page.stride; ++c) page.at(c, r) = std::uint8_t(value(r, c));
+  }
+  return page.bytes;
 }
-Bytes grey(int width, int height, int level) {
-  return drawn(width, height, [=](int, int) { return level; });
-}
+Bytes grey(int width, int height, int level) { return Page(width, height, level).bytes; }
 int figure(int r, int c) { return (r / 4 * 7 + c / 5 * 3 + r * c / 90) % 3 == 0 ? 0 : 255; }
 
 // A note with the figure where class 1 is looked for; so many pixels differ. Rows top to bottom are cut one row lower.

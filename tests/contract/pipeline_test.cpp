@@ -26,8 +26,7 @@ constexpr int kLevel = 60;
 // What a call makes of the scan in file, which it may change.
 static Bytes by_steps(const Call& call, TiffFile scan, Bytes& file, unsigned& status, double& told) {
   const auto [format, side, crop, rotation, deskew, grey] = call;
-  TiffImage image;
-  image.load(file.data());
+  LoadedImage image(file);
   Bytes straight(image.imageSize), half(image.imageSize), turned(image.imageSize), mono(image.imageSize, 255);
   Bytes coded(4 * half.size() + 99);
   double angle = 0;
@@ -74,7 +73,6 @@ static Bytes by_steps(const Call& call, TiffFile scan, Bytes& file, unsigned& st
     EXPECT_EQ(status, scan.pixels.empty() ? 5u : 0u);
     out.resize(size);
   }
-  image.clear();
   return out;
 }
 

@@ -24,8 +24,7 @@ TEST(Raw, descrambling_is_its_steps) {
        {std::array{1u, 12u, 2u, 0u}, {1, 11, 3, 1}, {1, 12, 4, 2}, {1, 7, 9, 0}, {3, 12, 2, 1}, {3, 7, 9, 0}}) {
     TiffFile scan = device_tiff(width, 9, samples, noise(width * 9 * samples + 5, samples));
     Bytes file = scan.bytes(), again = file, pixels(scan.pixels.size());
-    TiffImage image;
-    image.load(again.data());
+    LoadedImage image(again);
     const int lines = static_cast<int>(halve);
     samples == 1 ? image.DescrambleCalMono(pixels.data(), drop, 0, 0, 0, 0, white[0], black, lines)
                  : image.DescrambleCalColor(pixels.data(), drop, 0, 0, 0, 0, white[0], white[1], white[2], black);
@@ -36,21 +35,16 @@ TEST(Raw, descrambling_is_its_steps) {
     unsigned size = 0;
     EXPECT_EQ(descramble(file, got, size, drop, lines), 0u);
     EXPECT_TRUE(got == framed(want) && size == want.size()) << samples << " samples, width " << width;
-    image.clear();
   }
 }
 
 TEST(Raw, descrambling_refuses_before_it_writes) {
   // Samples, the tag and value that make it so, lag, halving, status.
-  for (const auto& [samples, tag, value, drop, halve, status] : {std::array{1u, 258u, 16u, 0u, 0u, 2u},
-                                                                 {1, 259, 4, 0, 0, 2},
-                                                                 {1, kMake, 0, 0, 0, 1},
-                                                                 {1, 256, 0, 0, 0, 1},
-                                                                 {3, 279, 89, 0, 0, 1},
-                                                                 {1, 305, 0, 7, 0, 2},
-                                                                 {1, 305, 0, 4, 1, 2},
-                                                                 {1, 305, 0, 1u << 31 | 1, 1, 2},
-                                                                 {3, 305, 0, 7, 0, 2}}) {
+  constexpr unsigned kCases[][6] = {{1, 258, 16, 0, 0, 2},          {1, 259, 4, 0, 0, 2},  {1, kMake, 0, 0, 0, 1},
+                                    {1, 256, 0, 0, 0, 1},           {3, 279, 89, 0, 0, 1}, {1, 305, 0, 7, 0, 2},
+                                    {1, 305, 0, 4, 1, 2},           {1, 305, 0, 4, 2, 2},  {3, 305, 0, 7, 0, 2},
+                                    {1, 305, 0, 1u << 31 | 1, 1, 2}};
+  for (const auto& [samples, tag, value, drop, halve, status] : kCases) {
     Bytes tiff = device_tiff(5, 6, samples, Bytes(90)).set(tag & 511, 4, longs({value})).bytes(), out = untouched(200);
     unsigned size = 77;
     testing::internal::CaptureStdout();
@@ -74,12 +68,11 @@ static Bytes load(const Bytes& file) {
 
 // What the bitmap writer makes of an image that goes on to the end of its file, without the file header.
 static Bytes bitmap(Bytes file) {
-  TiffImage image;
+  LoadedImage image(file);
   unsigned n = 0;
-  if (image.load(file.data()) == 0) image.imageSize = static_cast<unsigned>(&file.back() + 1 - image.image);
+  if (image.image != nullptr) image.imageSize = static_cast<unsigned>(&file.back() + 1 - image.image);
   Bytes out(1078 + (image.width + 3) * image.height);
   ProcessTIFF_to_BMP(image, out.data(), &n, 0);
-  image.clear();
   return {out.begin() + 14, out.begin() + n};
 }
 
@@ -112,13 +105,11 @@ TEST(Raw, files_load_as_bitmaps) {
 
 TEST(Raw, colour_bitmap) {
   Bytes file = device_tiff(2, 2, 3, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}).bytes(), want = ascii("BM"), got(71);
-  TiffImage image;
-  image.load(file.data());
+  LoadedImage image(file);
   image.imageSize = 11;  // the last pixel is not all there
   append(want, longs({70, 0, 54, 40, 2, 2, 32 << 16 | 1, 0, 16, 0, 0, 0, 0}));
   append(want, Bytes{9, 8, 7, 0, 0, 0, 0, 0, 3, 2, 1, 0, 6, 5, 4, 0, 0});
   unsigned size = 0;
   EXPECT_EQ(ProcessTIFF_to_BMP_Color(image, got.data(), &size, 9), 0u);
   EXPECT_TRUE(got == want && size == 70);
-  image.clear();
 }

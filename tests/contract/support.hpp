@@ -4,6 +4,8 @@
 #include <ZelIMP.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 #include "support/random.hpp"
 #include "support/tiff_builder.hpp"
 
@@ -22,6 +24,12 @@ inline Bytes runs(std::size_t n, std::uint32_t seed, std::size_t mean_run) {
   return out;
 }
 
+// What a file holds from a place on; nothing when there is none.
+inline Bytes content_of(const std::string& path, std::size_t from = 0) {
+  std::ifstream in(path, std::ios::binary);
+  return Bytes(std::istreambuf_iterator<char>(in.seekg(static_cast<std::streamoff>(from))), {});
+}
+
 inline constexpr int kMargin = 40;
 inline Bytes untouched(std::size_t n) { return Bytes(n + 2 * kMargin, 0xA5); }
 inline Bytes framed(const Bytes& content) {
@@ -29,6 +37,11 @@ inline Bytes framed(const Bytes& content) {
   std::copy(content.begin(), content.end(), out.begin() + kMargin);
   return out;
 }
+
+struct LoadedImage : TiffImage {
+  explicit LoadedImage(Bytes& file) { load(file.data()); }
+  ~LoadedImage() { clear(); }
+};
 
 // An image without a header whose samples in row r and column c are all value(r, c).
 struct Drawn : TiffImage {

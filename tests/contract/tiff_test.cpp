@@ -99,14 +99,12 @@ TEST(TiffImage, load_accepts_and_refuses) {
 TEST(TiffImage, descrambling_shortens_the_image) {
   for (const auto& [samples, lag, left] : {std::array{1u, 2u, 4u}, {1, 7, 0}, {3, 1, 5}, {3, 9, 0}}) {
     Bytes file = device_tiff(8, 6, samples, noise(48 * samples, 1)).bytes(), dst(48 * samples), want = dst;
-    TiffImage i;
+    LoadedImage i(file);
     unsigned n;
-    i.load(file.data());
     if (samples == 1) ZelIMPDescramble_mono(i.image, 0, want.data(), &n, 6, 8, static_cast<int>(lag));
     if (samples == 3) ZelIMPDescramble_color(i.image, 0, want.data(), &n, 6, 8, lag);
     samples == 1 ? i.DescrambleMono(dst.data(), lag) : i.DescrambleColor(dst.data(), lag);
     EXPECT_TRUE(i.height == left && i.header->getHeigth() == left && i.imageSize == 8 * samples * left && dst == want);
-    i.clear();
   }
 }
 

@@ -46,9 +46,8 @@ def exported(library):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--library", required=True)
-    parser.add_argument("--list", required=True)
-    parser.add_argument("--soname", required=True)
+    for name in ("library", "list", "soname"):
+        parser.add_argument("--" + name, required=True)
     arguments = parser.parse_args()
 
     listed = read_list(arguments.list)

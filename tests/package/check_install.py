@@ -1,13 +1,14 @@
 """Installs the build into a scratch prefix and uses it from there as a host would.
 
-Every header is compiled on its own. Three small programs (consumer/) are built and run in both ways that a host can find the library: by find_package in
-CMake and by pkg-config. Before that the prefix is renamed, so that a path of the installation that got into a file
-shows. A tool that was built must run from there, too.
+Every header is compiled on its own. Programs are built and run in both ways that a host can find the library: those in
+consumer/ by find_package in CMake, those in README.md by pkg-config. Before that the prefix is renamed, so that a path
+of the installation that got into a file shows. A tool that was built must run from there, too.
 """
 
 import argparse
 import os
 import pathlib
+import re
 import shlex
 import shutil
 import subprocess
@@ -15,18 +16,28 @@ import sys
 
 HERE = pathlib.Path(__file__).resolve().parent
 STRICT = "-pedantic -Wall -Wextra -Werror"
-CONSUMERS = [("flat_c99.c", "-std=c99"), ("flat_cpp17.cpp", "-std=c++17"), ("checked_cpp20.cpp", "-std=c++20")]
 
 
-def run(*command, **options):
-    """Runs a command and shows it; its failure ends the test."""
+def run(*command, statuses=(0,), **options):
+    """Runs a command and shows it; a status other than these ends the test."""
     print("+", shlex.join(str(word) for word in command), flush=True)
-    subprocess.run([str(word) for word in command], check=True, **options)
+    if (status := subprocess.run([str(word) for word in command], **options).returncode) not in statuses:
+        sys.exit(f"ended with {status}")
 
 
 def with_path(name, folder):
     """The environment with folder in front of a path list."""
     return os.environ | {name: os.pathsep.join(filter(None, [str(folder), os.environ.get(name)]))}
+
+
+def readme_programs(folder):
+    """Writes every fenced block of README.md with a main function to a file: (its path, the standard it needs)."""
+    readme = (HERE.parents[1] / "README.md").read_text(encoding="utf-8")
+    for number, (language, code) in enumerate(re.findall(r"^```(c|cpp)\n(.*?)^```$", readme, re.MULTILINE | re.DOTALL)):
+        if re.search(r"\bmain\s*\(", code):
+            source = folder / f"readme{number}.{language}"
+            source.write_text(code, encoding="utf-8")
+            yield source, "-std=c99" if language == "c" else "-std=c++20" if "ZelIMP.hpp" in code else "-std=c++17"
 
 
 def headers_alone(prefix, arguments):
@@ -41,8 +52,8 @@ def by_cmake(prefix, work, arguments):
         f"-DCMAKE_C_FLAGS={arguments.flags} {STRICT}", f"-DCMAKE_CXX_FLAGS={arguments.flags} {STRICT}",
         f"-DZELIMP_WANTED={arguments.version}")
     run(arguments.cmake, "--build", work)
-    for source, _ in CONSUMERS:
-        run(work / pathlib.Path(source).stem)
+    for program in ("flat_c99", "flat_cpp17", "checked_cpp20"):
+        run(work / program)
 
 
 def by_pkg_config(prefix, work, arguments):
@@ -56,11 +67,14 @@ def by_pkg_config(prefix, work, arguments):
     if ask("--modversion") != [arguments.version]:
         sys.exit("pkg-config tells a version other than " + arguments.version)
     work.mkdir()
-    for source, standard in CONSUMERS:
-        program = work / pathlib.Path(source).stem
-        run(arguments.cc if source.endswith(".c") else arguments.cxx, standard, *shlex.split(STRICT),
-            *shlex.split(arguments.flags), HERE / "consumer" / source, "-o", program, *ask("--cflags"), *ask("--libs"))
-        run(program, env=with_path("LD_LIBRARY_PATH", libdir))
+    programs = list(readme_programs(work))
+    if not programs:
+        sys.exit("README.md contains no program")
+    for source, standard in programs:
+        run(arguments.cc if source.suffix == ".c" else arguments.cxx, standard, *shlex.split(STRICT),
+            *shlex.split(arguments.flags), source, "-o", source.stem, *ask("--cflags"), *ask("--libs"), cwd=work)
+        # Without arguments it may explain its usage.
+        run(work / source.stem, statuses=(0, 2), env=with_path("LD_LIBRARY_PATH", libdir))
 
 
 def main():

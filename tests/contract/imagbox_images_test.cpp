@@ -198,16 +198,20 @@ TEST(ImagBox, neighbours_and_middles) {
       page.at(1 + kClockwise[d].x, 1 + kClockwise[d].y) = 254;
     }
     int x = 1, y = 1;
-    EXPECT_EQ(best_vicinity(page.data(), &x, &y, 100, &before, 1) + x * 10 + y, 11);
+    EXPECT_EQ(best_vicinity(page.data(), &x, &y, 100, &before, 1), 0);
+    EXPECT_TRUE(x == 1 && y == 1) << d;
   }
   Page page(30, 30);
+  const auto balanced = [&page](int x, int y) {
+    const int result = Center_Balance(page.data(), &x, &y, 128, 0);
+    return std::vector{result, x, y};
+  };
   page.fill(4, 9, 2, 20);
-  int x = 8, y = 3;
-  EXPECT_EQ(Center_Balance(page.data(), &x, &y, 128, 0) + 100 * x + y, 603);
-  page.fill(0, 30, 10, 13), x = 20, y = 12;
-  EXPECT_EQ(Center_Balance(page.data(), &x, &y, 128, 0) + 100 * x + y, 2011);
-  x = 7, y = 12, page.fill(0, 30, 0, 30, 0);
-  EXPECT_EQ(Center_Balance(page.data(), &x, &y, 128, 0) + 100 * x + y, 712);
+  EXPECT_EQ(balanced(8, 3), (std::vector{0, 6, 3}));
+  page.fill(0, 30, 10, 13);
+  EXPECT_EQ(balanced(20, 12), (std::vector{0, 20, 11}));
+  page.fill(0, 30, 0, 30, 0);
+  EXPECT_EQ(balanced(7, 12), (std::vector{0, 7, 12}));
 }
 
 TEST(ImagBox, drawn_digits_are_read) {

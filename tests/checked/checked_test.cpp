@@ -294,7 +294,7 @@ TEST(Checked, refuses_what_it_cannot_process) {
 TEST(Checked, refuses_options_out_of_range) {
   const Bytes grey = scan(6, 4, 1).bytes(), colour = scan(6, 4, 3).bytes(), narrow = scan(1, 4, 1).bytes();
   const Bytes wide = device_tiff(65501, 1, 1, Bytes(65501)).bytes(), raw(12);
-  const std::vector<std::uint16_t> six(6), twelve(12), eighteen(18);
+  const std::vector<std::uint16_t> six(6), twelve(12), nineteen(19);
   const zelimp::CropOptions automatic = {.mode = zelimp::CropMode::automatic};
   const zelimp::PixelView dots = {3, 2, as_input(raw).first(6)};
   const zelimp::Limits all = {~std::uint64_t{0}, ~std::uint64_t{0}};
@@ -324,8 +324,9 @@ TEST(Checked, refuses_options_out_of_range) {
       {"white missing", descramble(grey, {.black = six})},
       {"short table", descramble(grey, {.white = std::span(six).first(5), .black = six})},
       {"one plane for three", descramble(colour, {.white = six, .black = six})},
-      {"no whole planes", descramble(colour, {.white = std::span(eighteen).first(17), .black = six})},
-      {"running index", descramble(colour, {.swap_sides = false, .white = eighteen, .black = twelve})},
+      {"no whole planes", descramble(colour, {.white = nineteen, .black = six})},
+      {"running index",
+       descramble(colour, {.swap_sides = false, .white = std::span(nineteen).first(18), .black = twelve})},
       {"colour as Group 4", process(colour, {}), Status::no_such_format},
       {"colour as bitmap", process(colour, {.format = Format::bitmap}), Status::no_such_format},
       {"half of one column", process(narrow, {.side = Side::front})},
@@ -347,7 +348,7 @@ TEST(Checked, refuses_options_out_of_range) {
       {"filter", [&] { zelimp::resample(dots, 8, 1, 2, static_cast<zelimp::Filter>(13)); }},
       {"filter of facts", [] { zelimp::facts(static_cast<zelimp::Filter>(-1)); }},
       {"filter of a weight", [] { zelimp::filter_weight(static_cast<zelimp::Filter>(13), 0); }},
-      {"bits", resample(dots, 16, 1, 2)},
+      {"bits", resample({3, 2, as_input(raw)}, 16, 1, 2)},
       {"no columns", resample({0, 2, {}}, 8, 1, 2)},
       {"pixels missing", resample({7, 1, dots.pixels}, 8, 1, 2)},
       {"pixels left", resample({5, 1, dots.pixels}, 8, 1, 2)},

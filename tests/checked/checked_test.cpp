@@ -370,6 +370,7 @@ TEST(Checked, refuses_options_out_of_range) {
       {"two planes", wrap(12, 2, 2, 200)},
       {"no pixels", wrap(0, 0, 1, 200)},
       {"resolution", wrap(6, 2, 1, std::nan(""))},
+      {"many pixels", [&] { zelimp::wrap_raw_pixels({as_input(raw), 4, 3}, {.max_pixels = 11}); }, Status::over_limit},
       {"long file", [&] { zelimp::read_scan(as_input(grey), {.max_bytes = grey.size() - 1}); }, Status::over_limit},
       {"large scan", [&] { zelimp::read_scan(as_input(grey), {.max_pixels = 23}); }, Status::over_limit},
       {"many tags", [&] { zelimp::read_scan(as_input(grey), {.max_tags = 15}); }, Status::over_limit},

@@ -53,11 +53,11 @@ TEST(Holes, tell_why_nothing_was_read) {
 
 TEST(Holes, refuse_what_does_not_fit_together) {
   const Bytes file = PunchedLine{}.file();
-  const auto status = [](const Bytes& bytes, zelimp::HoleZone zone = zelimp::kValidateZone,
-                         std::uint64_t pixels = 1u << 28) {
+  const auto status = [](const Bytes& bytes, const zelimp::HoleZone& zone = zelimp::kValidateZone,
+                         const zelimp::Limits& limits = {}) {
     const GuardedBuffer buffer(bytes.size(), Guard::behind);
     std::ranges::copy(bytes, buffer.data());
-    const auto read = [&] { zelimp::read_micro_holes({}, as_input(buffer.bytes()), zone, {.max_pixels = pixels}); };
+    const auto read = [&] { zelimp::read_micro_holes({}, as_input(buffer.bytes()), zone, limits); };
     return refusal(read).status();
   };
   for (const std::size_t length : {1, 15, 53, 1077, 869077}) {
@@ -73,7 +73,9 @@ TEST(Holes, refuse_what_does_not_fit_together) {
     EXPECT_EQ(status(file, {166, bottom, 540, 85}), Status::bad_argument);
   }
   EXPECT_EQ(status(file, {166, 195, 0, 85}), Status::bad_argument);
-  EXPECT_EQ(status(file, zelimp::kValidateZone, 1400 * 620 - 1), Status::over_limit);
+  for (const zelimp::Limits& below : {zelimp::Limits{file.size() - 1}, zelimp::Limits{.max_pixels = 1400 * 620 - 1}}) {
+    EXPECT_EQ(status(file, zelimp::kValidateZone, below), Status::over_limit);
+  }
 }
 
 }  // namespace

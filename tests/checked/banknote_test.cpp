@@ -1,8 +1,8 @@
 // Banknotes through the checked interface: scores and places, the value of the flat call, a refusal of what is wrong.
 #include <ZelIMP.h>
-#include <ZelIMP.hpp>
 #include <gtest/gtest.h>
 
+#include "checked/support.hpp"
 #include "support/dib_builder.hpp"
 #include "support/punched_line.hpp"
 
@@ -10,8 +10,6 @@ namespace {
 
 using namespace zel::test;
 using zelimp::Font;
-
-std::span<const std::byte> input(const Bytes& file) { return std::as_bytes(std::span(file)); }
 
 // A black and white picture, top row first.
 Bytes picture(int size) {
@@ -36,18 +34,18 @@ TEST(Banknotes, tell_scores_and_places_as_the_flat_call_decides) {
   locations[5] = {true, -262, -202, 164, 164};
   Font font, corner;  // the upper left one of the picture is where class 1 is looked for
   for (const std::uint32_t code : {5, 21, 8})
-    font.train(code, {160, 160, input(code == 5 ? Bytes(25600, 255) : picture(160))});
-  const auto close = zelimp::read_banknote(input(note(1023)), {}, font, locations).matches;
-  const auto none = zelimp::read_banknote(input(note(1024)), {}, font, locations);
+    font.train(code, {160, 160, as_input(code == 5 ? Bytes(25600, 255) : picture(160))});
+  const auto close = zelimp::read_banknote(as_input(note(1023)), {}, font, locations).matches;
+  const auto none = zelimp::read_banknote(as_input(note(1024)), {}, font, locations);
   EXPECT_TRUE(close.size() == 2 && close[0].value == 50 && close[0].score == 999 && close[1].index == 0);
   EXPECT_TRUE(none.value == 0 && none.matches.size() == 4 && none.matches[0].score == 1000);
-  corner.train(17, {50, 50, input(picture(50))});
+  corner.train(17, {50, 50, as_input(picture(50))});
   auto file = corner.save();
   ActualFont.Add_Char(17, reinterpret_cast<char*>(&file[18]));
   Bytes images[] = {note(0), note(0, true), bitmap_file(300, 400, Bytes(120000, 9))};
   for (const std::size_t kind : {0, 1, 2, 3, 4, 5, 6, 7}) {
     Bytes first = images[kind % 3], second = images[kind / 3];
-    const auto found = zelimp::read_banknote(input(first), input(second).subspan(14), corner);
+    const auto found = zelimp::read_banknote(as_input(first), as_input(second).subspan(14), corner);
     const zelimp::NoteMatch match = found.matches.at(0);
     unsigned char told[3] = {};
     EXPECT_EQ(ZelIMPMoneyGetValue(&first[14], &second[14], told, told + 1, told + 2), found.value);
@@ -81,10 +79,10 @@ TEST(Banknotes, search_ends_at_the_first_place_orientation_and_image) {
     zelimp::NoteLocations locations;
     locations[0] = locations[1] = locations[2] = {true, 2, down ? 10 : 9, 25, 8};  // cut a row lower with down
     Font font;
-    for (const unsigned code : {16, 18, 17}) font.train(code, {width, height, input(light).first(width * height)});
-    font.train(33, {25, 9, input(light)}), font.remove(0);  // neither is compared
+    for (const unsigned code : {16, 18, 17}) font.train(code, {width, height, as_input(light).first(width * height)});
+    font.train(33, {25, 9, as_input(light)}), font.remove(0);  // neither is compared
     const Bytes first = barred(kBars[2], down), second = barred(kBars[k / 2], down);
-    const auto [value, matches] = zelimp::read_banknote(input(first), input(second), font, locations);
+    const auto [value, matches] = zelimp::read_banknote(as_input(first), as_input(second), font, locations);
     ASSERT_EQ(matches.size(), accepted ? 2 : 8) << k;
     const auto& [index, code, its_value, is_second, is_upright, place, disagreeing, limit, its_score] = matches[0];
     EXPECT_TRUE(value == (accepted ? 5 : 0) && index == 1 && code == 18 && its_value == 5 && is_second) << k;
@@ -98,7 +96,7 @@ TEST(Banknotes, refuse_what_does_not_fit_together) {
   const Bytes file = note(0), image = grey_dib(6, 2, 1), turned = grey_dib(6, -2, 1);
   zelimp::NoteLocations locations;
   const auto read = [&](const Bytes& font) {
-    return zelimp::read_banknote({}, input(file), Font::load(input(font)), locations).value;
+    return zelimp::read_banknote({}, as_input(file), Font::load(as_input(font)), locations).value;
   };
   for (const auto& [x, y, width] : {std::array{235, 0, 66}, {0, 339, 66}, {-301, 0, 66}, {0, -401, 66}, {0, 0, 0}}) {
     locations[1] = {true, x, y, static_cast<std::uint32_t>(width), 62};
@@ -110,8 +108,8 @@ TEST(Banknotes, refuse_what_does_not_fit_together) {
   EXPECT_THROW(read(font_record(6, -2, 1, 1, turned, turned)), zelimp::Error);
   for (const Bytes& mask : {turned, grey_dib(5, 2, 1), joined(grey_dib(6, 1, 1), Bytes(8))})
     EXPECT_THROW(read(font_record(6, 2, 1, 1, image, mask)), zelimp::Error);
-  const Font font = Font::load(input(plain_record(1, 1, 1, 1)));
-  EXPECT_THROW(zelimp::read_banknote(input(image), input(file), font, locations), zelimp::Error);
+  const Font font = Font::load(as_input(plain_record(1, 1, 1, 1)));
+  EXPECT_THROW(zelimp::read_banknote(as_input(image), as_input(file), font, locations), zelimp::Error);
 }
 
 }  // namespace

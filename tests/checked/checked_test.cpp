@@ -2,20 +2,18 @@
 // the input, whatever it says.
 
 #include <ZelIMP.h>
-#include <ZelIMP.hpp>
 #include <gtest/gtest.h>
 
 #include <unistd.h>
 
 #include <cmath>
 #include <fstream>
-#include <functional>
 
+#include "checked/support.hpp"
 #include "support/guarded_buffer.hpp"
 #include "support/leaning_page.hpp"
 #include "support/random.hpp"
 #include "support/temporary_names.hpp"
-#include "support/tiff_builder.hpp"
 
 namespace {
 
@@ -25,7 +23,6 @@ using zelimp::Rotation;
 using zelimp::Side;
 using zelimp::Status;
 
-std::span<const std::byte> as_input(std::span<const std::uint8_t> file) { return std::as_bytes(file); }
 bool same(const std::vector<std::byte>& file, const Bytes& wanted) {
   return std::ranges::equal(file, as_input(wanted));
 }
@@ -36,26 +33,13 @@ TiffFile scan(std::uint32_t width, std::uint32_t height, std::uint32_t samples) 
   return device_tiff(width, height, samples, pixels);
 }
 
-// The Error that call throws; status 0 when it throws none.
-zelimp::Error refusal(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const zelimp::Error& error) {
-    return error;
-  }
-  return {Status{0}, "accepted"};
-}
-
 TEST(Checked, process_gives_the_bytes_of_the_flat_call) {
-  constexpr struct {
-    Format format;
-    int number;  // in the flat call
-    unsigned int samples;
-  } kFormats[] = {{Format::group4, 0, 1},
-                  {Format::one_bit, 9, 1},
-                  {Format::bitmap, 10, 1},
-                  {Format::tiff, 1, 1},
-                  {Format::tiff, 2, 3}};
+  // Format, its number in the flat call, samples of a pixel.
+  constexpr std::tuple<Format, int, unsigned> kFormats[] = {{Format::group4, 0, 1},
+                                                            {Format::one_bit, 9, 1},
+                                                            {Format::bitmap, 10, 1},
+                                                            {Format::tiff, 1, 1},
+                                                            {Format::tiff, 2, 3}};
   for (const auto& [format, number, samples] : kFormats) {
     const Bytes input = scan(61, 30, samples).bytes();
     for (int i = 0; i < 4 * 3 * 2; ++i) {
@@ -68,9 +52,8 @@ TEST(Checked, process_gives_the_bytes_of_the_flat_call) {
                       std::array{0, 2, 1}[rotation], threshold.has_value(), threshold.value_or(0), 0, &skew);
       flat.resize(size);
       zelimp::ProcessReport report;
-      const auto sides = static_cast<Side>(side);
-      const auto turn = static_cast<Rotation>(rotation);
-      EXPECT_TRUE(same(zelimp::process_scan(as_input(input), {format, sides, turn, threshold}, &report), flat))
+      const zelimp::ProcessOptions options = {format, Side{side}, Rotation{rotation}, threshold};
+      EXPECT_TRUE(same(zelimp::process_scan(as_input(input), options, &report), flat))
           << "format " << number << " case " << i;
       const std::uint32_t columns = side == 1 || side == 2 ? 30 : 61;
       EXPECT_EQ(std::pair(report.width, report.height),
@@ -89,25 +72,25 @@ TEST(Checked, process_gives_the_bytes_of_the_flat_call) {
 TEST(Checked, whole_road_gives_the_bytes_of_the_flat_call_and_tells_what_it_did) {
   const TemporaryNames names;
   if (names.taken() != nullptr) GTEST_SKIP() << names.taken();
+  constexpr Format kForms[] = {Format::tiff, Format::jpeg_tiff, Format::jfif};
+  constexpr Rotation kRotations[] = {Rotation::none, Rotation::counter_clockwise, Rotation::clockwise};
   for (int i = 0; i < 2 * 3 * 3 * 3 * 3; ++i) {
     const bool grey = i % 2 == 0;
     const int form = i / 2 % 3, deskew = i / 6 % 3, crop = grey ? 0 : i / 18 % 3, rotation = i / 54 % 3;
+    const int number = (grey ? std::array{11, 3, 7} : std::array{2, 4, 8})[static_cast<std::size_t>(form)];
     const Bytes input = device_tiff(122, 64, grey ? 1 : 3, leaning_page(122, 64, grey ? 1 : 3)).bytes();
     Bytes flat_input = input, flat(4 * input.size() + 20000);
     unsigned int size = 0;
     double told = 7.5;
     ZelIMPSetCropParams(2, 3, 0, 8, 30, 0, 0);
-    const int number = std::array{grey ? 11 : 2, grey ? 3 : 4, grey ? 7 : 8}[static_cast<std::size_t>(form)];
     ZelIMPImageProc(flat_input.data(), flat.data(), &size, number, 1, crop, rotation, 0, 40, deskew, &told);
     flat.resize(size);
 
     std::vector<std::pair<zelimp::Step, std::uint32_t>> steps;
-    zelimp::ProcessOptions options = {.side = Side::rear, .quality = 40};
-    options.format = std::array{Format::tiff, Format::jpeg_tiff, Format::jfif}[static_cast<std::size_t>(form)];
-    options.rotation = std::array{Rotation::none, Rotation::counter_clockwise,
-                                  Rotation::clockwise}[static_cast<std::size_t>(rotation)];
-    options.deskew = static_cast<zelimp::Deskew>(deskew);
-    options.crop = {static_cast<zelimp::CropMode>(crop), 2, 3, 700, 8, 30};
+    zelimp::ProcessOptions options = {kForms[form], Side::rear, kRotations[rotation]};
+    options.deskew = zelimp::Deskew{deskew};
+    options.crop = {zelimp::CropMode{crop}, 2, 3, 700, 8, 30};
+    options.quality = 40;
     options.observer = [&](zelimp::Step step, const zelimp::StepImage& image) {
       EXPECT_EQ(image.pixels.size(), std::size_t{image.width} * image.height * image.planes);
       steps.emplace_back(step, image.width);
@@ -122,9 +105,7 @@ TEST(Checked, whole_road_gives_the_bytes_of_the_flat_call_and_tells_what_it_did)
     const bool found = grey ? deskew != 0 : crop == 1, corrected = deskew == 2;
     EXPECT_EQ(report.skew_found.has_value(), found) << i;
     EXPECT_EQ(report.skew_corrected, corrected ? report.skew_found : std::nullopt) << i;
-    if (!grey && deskew != 0 && rotation != 0) {
-      EXPECT_EQ(report.skew_found, told);
-    }
+    EXPECT_TRUE(grey || deskew == 0 || rotation == 0 || report.skew_found == told) << i;
     const zelimp::Box cut = report.cut.value_or(zelimp::Box{});
     EXPECT_TRUE(report.border.has_value() == (grey && found) && (crop != 0 || cut.left == cut.width)) << i;
     if (report.border) {
@@ -205,8 +186,6 @@ TEST(Checked, descramble_gives_the_bytes_of_the_image_object) {
   SWAP_SIDES = Tarsis_7200 = 1;
 }
 
-// A value that takes part in the header's size only until the file is written, and one of no bytes with an offset of
-// nowhere.
 TEST(Checked, resample_gives_the_bytes_of_the_flat_call) {
   constexpr decltype(&ZelIMPResample8BitBitmap) kCalls[] = {ZelIMPResample8BitBitmap, nullptr,
                                                             ZelIMPResample24BitBitmap, ZelIMPResample32BitBitmap};
@@ -245,9 +224,10 @@ TEST(Checked, filters_have_their_weights) {
     for (int k = 0; k < 3; ++k) EXPECT_EQ(zelimp::filter_weight(filter, -0.3 - k), want[k + 1]) << i;
     EXPECT_EQ(zelimp::filter_weight(filter, want[0]), i == 1) << i;
   }
-  EXPECT_EQ(zelimp::facts(zelimp::Filter::quadratic_bspline).name, "quadratic-bspline");
 }
 
+// A value that takes part in the header's size only until the file is written, and one of no bytes with an offset of
+// nowhere.
 TEST(Checked, odd_values_keep_the_result_whole) {
   const Bytes file = scan(6, 4, 1).set(278, 4, longs({4, 4})).add(400, 5, longs({0xFFFFFFF0}), 0).bytes();
   const auto result = zelimp::descramble(as_input(file));
@@ -313,120 +293,91 @@ TEST(Checked, refuses_what_it_cannot_process) {
 
 TEST(Checked, refuses_options_out_of_range) {
   const Bytes grey = scan(6, 4, 1).bytes(), colour = scan(6, 4, 3).bytes(), narrow = scan(1, 4, 1).bytes();
-  const std::vector<std::uint16_t> six(6), twelve(12), eighteen(18);
+  const Bytes wide = device_tiff(65501, 1, 1, Bytes(65501)).bytes(), raw(12);
+  const std::vector<std::uint16_t> six(6), twelve(12), nineteen(19);
   const zelimp::CropOptions automatic = {.mode = zelimp::CropMode::automatic};
-  const zelimp::PixelView dots = {3, 2, as_input(grey).first(6)};
+  const zelimp::PixelView dots = {3, 2, as_input(raw).first(6)};
   const zelimp::Limits all = {~std::uint64_t{0}, ~std::uint64_t{0}};
+  const auto descramble = [](const Bytes& file, const zelimp::DescrambleOptions& options) {
+    return [=, &file] { zelimp::descramble(as_input(file), options); };
+  };
+  const auto process = [](const Bytes& file, const zelimp::ProcessOptions& options) {
+    return [=, &file] { zelimp::process_scan(as_input(file), options); };
+  };
+  const auto resample = [](const zelimp::PixelView& source, unsigned bits, double from, double to,
+                           const zelimp::Limits& limits = {}) {
+    return [=] { zelimp::resample(source, bits, from, to, {}, limits); };
+  };
+  const auto wrap = [&](std::size_t bytes, std::uint32_t width, std::uint32_t planes, double dpi) {
+    return [=, &raw] { zelimp::wrap_raw_pixels({as_input(raw).first(bytes), width, 3, planes, dpi}); };
+  };
   const struct {
     const char* what;
     std::function<void()> call;
     Status status = Status::bad_argument;
   } kCases[] = {
-      {"colour as Group 4", [&] { zelimp::process_scan(as_input(colour)); }, Status::no_such_format},
-      {"colour as bitmap", [&] { zelimp::process_scan(as_input(colour), {.format = Format::bitmap}); },
-       Status::no_such_format},
-      {"lag takes all rows", [&] { zelimp::descramble(as_input(grey), {.lag = 4}); }},
-      {"lag of 4 billion", [&] { zelimp::descramble(as_input(grey), {.lag = 0xFFFFFFFF}); }},
-      {"lag takes all half rows", [&] { zelimp::descramble(as_input(grey), {.lag = 2, .halve = 1}); }},
-      {"halved colour", [&] { zelimp::descramble(as_input(colour), {.halve = 1}); }},
-      {"black missing", [&] { zelimp::descramble(as_input(grey), {.white = six}); }},
-      {"white missing", [&] { zelimp::descramble(as_input(grey), {.black = six}); }},
-      {"short table", [&] { zelimp::descramble(as_input(grey), {.white = std::span(six).first(5), .black = six}); }},
-      {"one plane for three", [&] { zelimp::descramble(as_input(colour), {.white = six, .black = six}); }},
-      {"no whole planes",
-       [&] { zelimp::descramble(as_input(colour), {.white = std::span(eighteen).first(17), .black = six}); }},
+      {"lag takes all rows", descramble(grey, {.lag = 4})},
+      {"lag of 4 billion", descramble(grey, {.lag = 0xFFFFFFFF})},
+      {"lag takes all half rows", descramble(grey, {.lag = 2, .halve = 1})},
+      {"halved colour", descramble(colour, {.halve = 1})},
+      {"black missing", descramble(grey, {.white = six})},
+      {"white missing", descramble(grey, {.black = six})},
+      {"short table", descramble(grey, {.white = std::span(six).first(5), .black = six})},
+      {"one plane for three", descramble(colour, {.white = six, .black = six})},
+      {"no whole planes", descramble(colour, {.white = nineteen, .black = six})},
       {"running index",
-       [&] { zelimp::descramble(as_input(colour), {.swap_sides = false, .white = eighteen, .black = twelve}); }},
-      {"half of one column", [&] { zelimp::process_scan(as_input(narrow), {.side = Side::front}); }},
-      {"threshold", [&] { zelimp::process_scan(as_input(grey), {.threshold = 257}); }},
-      {"filter", [&] { zelimp::resample(dots, 8, 1, 2, static_cast<zelimp::Filter>(13)); }},
-      {"filter of facts", [&] { zelimp::facts(static_cast<zelimp::Filter>(-1)); }},
-      {"filter of a weight", [&] { zelimp::filter_weight(static_cast<zelimp::Filter>(13), 0); }},
-      {"bits", [&] { zelimp::resample(dots, 16, 1, 2); }},
-      {"no columns",
-       [&] {
-         zelimp::resample({0, 2, {}}, 8, 1, 2);
-       }},
-      {"pixels missing",
-       [&] {
-         zelimp::resample({7, 1, dots.pixels}, 8, 1, 2);
-       }},
-      {"pixels left",
-       [&] {
-         zelimp::resample({5, 1, dots.pixels}, 8, 1, 2);
-       }},
-      {"bytes left",
-       [&] {
-         zelimp::resample({1, 1, dots.pixels}, 32, 1, 2);
-       }},
-      {"pixels of 32 bits",
-       [&] {
-         zelimp::resample({0x80000000, 2, {}}, 8, 1, 2);
-       },
-       Status::over_limit},
-      {"source resolution", [&] { zelimp::resample(dots, 8, 0, 2); }},
-      {"target resolution", [&] { zelimp::resample(dots, 8, 2, -1); }},
-      {"no number", [&] { zelimp::resample(dots, 8, 2, std::nan("")); }},
-      {"endless resolution", [&] { zelimp::resample(dots, 8, 1, HUGE_VAL); }},
-      {"no rows left", [&] { zelimp::resample(dots, 8, 3, 1); }},
-      {"sides of 32 bits",
-       [&] {
-         zelimp::resample({6, 1, dots.pixels}, 8, 1, 0x1p30, {}, all);
-       },
-       Status::over_limit},
-      {"endless sides", [&] { zelimp::resample(dots, 8, 1e-300, 1e300, {}, all); }, Status::over_limit},
-      {"large source", [&] { zelimp::resample(dots, 8, 1, 1, {}, {.max_pixels = 5}); }, Status::over_limit},
-      {"long source", [&] { zelimp::resample(dots, 8, 1, 1, {}, {.max_bytes = 5}); }, Status::over_limit},
-      {"large result", [&] { zelimp::resample(dots, 8, 1, 2, {}, {.max_pixels = 23}); }, Status::over_limit},
-      {"format", [&] { zelimp::process_scan(as_input(grey), {.format = static_cast<Format>(99)}); }},
-      {"side", [&] { zelimp::process_scan(as_input(grey), {.side = static_cast<Side>(-1)}); }},
-      {"deskew", [&] { zelimp::process_scan(as_input(grey), {.deskew = static_cast<zelimp::Deskew>(3)}); }},
-      {"crop", [&] { zelimp::process_scan(as_input(grey), {.crop = {static_cast<zelimp::CropMode>(3)}}); }},
-      {"quality 101", [&] { zelimp::process_scan(as_input(grey), {.quality = 101}); }},
-      {"quality 0", [&] { zelimp::process_scan(as_input(grey), {.quality = 0}); }},
-      {"length 0", [&] { zelimp::process_scan(as_input(grey), {.crop = {.max_length = 0}}); }},
-      {"cropped grey", [&] { zelimp::process_scan(as_input(grey), {.side = Side::rear, .crop = automatic}); }},
-      {"both cropped", [&] { zelimp::process_scan(as_input(colour), {.format = Format::tiff, .crop = automatic}); }},
-      {"negative margin",
-       [&] { zelimp::process_scan(as_input(colour), {.format = Format::tiff, .crop = {.left_margin = -1}}); }},
+       descramble(colour, {.swap_sides = false, .white = std::span(nineteen).first(18), .black = twelve})},
+      {"colour as Group 4", process(colour, {}), Status::no_such_format},
+      {"colour as bitmap", process(colour, {.format = Format::bitmap}), Status::no_such_format},
+      {"half of one column", process(narrow, {.side = Side::front})},
+      {"threshold", process(grey, {.threshold = 257})},
+      {"rotation", process(grey, {.rotation = static_cast<Rotation>(3)})},
+      {"format", process(grey, {.format = static_cast<Format>(99)})},
+      {"side", process(grey, {.side = static_cast<Side>(-1)})},
+      {"deskew", process(grey, {.deskew = static_cast<zelimp::Deskew>(3)})},
+      {"crop", process(grey, {.crop = {static_cast<zelimp::CropMode>(3)}})},
+      {"quality 101", process(grey, {.quality = 101})},
+      {"quality 0", process(grey, {.quality = 0})},
+      {"length 0", process(grey, {.crop = {.max_length = 0}})},
+      {"cropped grey", process(grey, {.side = Side::rear, .crop = automatic})},
+      {"both cropped", process(colour, {.format = Format::tiff, .crop = automatic})},
+      {"negative margin", process(colour, {.format = Format::tiff, .crop = {.left_margin = -1}})},
       {"no columns left",
-       [&] {
-         const zelimp::CropOptions narrow_crop = {zelimp::CropMode::fixed, 3, 3, 700, 150, 700};
-         zelimp::process_scan(as_input(colour), {.format = Format::tiff, .side = Side::front, .crop = narrow_crop});
-       }},
-      {"wide JPEG",
-       [&] {
-         zelimp::process_scan(as_input(device_tiff(65501, 1, 1, Bytes(65501)).bytes()), {.format = Format::jfif});
-       },
-       Status::over_limit},
+       process(colour, {.format = Format::tiff, .side = Side::front, .crop = {zelimp::CropMode::fixed, 3, 3}})},
+      {"wide JPEG", process(wide, {.format = Format::jfif}), Status::over_limit},
+      {"filter", [&] { zelimp::resample(dots, 8, 1, 2, static_cast<zelimp::Filter>(13)); }},
+      {"filter of facts", [] { zelimp::facts(static_cast<zelimp::Filter>(-1)); }},
+      {"filter of a weight", [] { zelimp::filter_weight(static_cast<zelimp::Filter>(13), 0); }},
+      {"bits", resample({3, 2, as_input(raw)}, 16, 1, 2)},
+      {"no columns", resample({0, 2, {}}, 8, 1, 2)},
+      {"pixels missing", resample({7, 1, dots.pixels}, 8, 1, 2)},
+      {"pixels left", resample({5, 1, dots.pixels}, 8, 1, 2)},
+      {"bytes left", resample({1, 1, dots.pixels}, 32, 1, 2)},
+      {"pixels of 32 bits", resample({0x80000000, 2, {}}, 8, 1, 2), Status::over_limit},
+      {"source resolution", resample(dots, 8, 0, 2)},
+      {"target resolution", resample(dots, 8, 2, -1)},
+      {"no number", resample(dots, 8, 2, std::nan(""))},
+      {"endless resolution", resample(dots, 8, 1, HUGE_VAL)},
+      {"no rows left", resample(dots, 8, 3, 1)},
+      {"sides of 32 bits", resample({6, 1, dots.pixels}, 8, 1, 0x1p30, all), Status::over_limit},
+      {"endless sides", resample(dots, 8, 1e-300, 1e300, all), Status::over_limit},
+      {"large source", resample(dots, 8, 1, 1, {.max_pixels = 5}), Status::over_limit},
+      {"long source", resample(dots, 8, 1, 1, {.max_bytes = 5}), Status::over_limit},
+      {"large result", resample(dots, 8, 1, 2, {.max_pixels = 23}), Status::over_limit},
       {"colour bitmap", [&] { zelimp::load_bitmap(as_input(colour)); }, Status::unsupported},
       {"NUL", [&] { zelimp::save_with_description(as_input(grey), std::string_view("a\0b", 3)); }},
-      {"too few pixels",
-       [&] {
-         zelimp::wrap_raw_pixels({as_input(Bytes(5)), 2, 3});
-       }},
-      {"two planes",
-       [&] {
-         zelimp::wrap_raw_pixels({as_input(Bytes(12)), 2, 3, 2});
-       }},
-      {"no pixels",
-       [&] {
-         zelimp::wrap_raw_pixels({{}, 0, 3});
-       }},
-      {"resolution",
-       [&] {
-         zelimp::wrap_raw_pixels({as_input(Bytes(6)), 2, 3, 1, std::nan("")});
-       }},
-      {"rotation", [&] { zelimp::process_scan(as_input(grey), {.rotation = static_cast<Rotation>(3)}); }},
+      {"too few pixels", wrap(5, 2, 1, 200)},
+      {"two planes", wrap(12, 2, 2, 200)},
+      {"no pixels", wrap(0, 0, 1, 200)},
+      {"resolution", wrap(6, 2, 1, std::nan(""))},
+      {"many pixels", [&] { zelimp::wrap_raw_pixels({as_input(raw), 4, 3}, {.max_pixels = 11}); }, Status::over_limit},
+      {"long file", [&] { zelimp::read_scan(as_input(grey), {.max_bytes = grey.size() - 1}); }, Status::over_limit},
+      {"large scan", [&] { zelimp::read_scan(as_input(grey), {.max_pixels = 23}); }, Status::over_limit},
+      {"many tags", [&] { zelimp::read_scan(as_input(grey), {.max_tags = 15}); }, Status::over_limit},
   };
   for (const auto& c : kCases) EXPECT_EQ(refusal(c.call).status(), c.status) << c.what;
   EXPECT_NO_THROW(zelimp::process_scan(as_input(narrow)));
-  const zelimp::Limits at = {.max_bytes = grey.size(), .max_pixels = 24, .max_tags = 16};
-  EXPECT_NO_THROW(zelimp::read_scan(as_input(grey), at));
-  for (const zelimp::Limits& below : {zelimp::Limits{.max_bytes = grey.size() - 1}, zelimp::Limits{.max_pixels = 23},
-                                      zelimp::Limits{.max_tags = 15}}) {
-    EXPECT_EQ(refusal([&] { zelimp::read_scan(as_input(grey), below); }).status(), Status::over_limit);
-  }
+  EXPECT_NO_THROW(zelimp::read_scan(as_input(grey), {grey.size(), 24, 16}));
 }
 
 // All calls on bytes that end where reading is a fault; the input must come out unchanged. Returns how many succeeded.

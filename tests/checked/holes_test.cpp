@@ -1,12 +1,11 @@
 // Micro-holes through the checked interface: the result of the flat one, the places, and why something was not read.
 
 #include <ZelIMP.h>
-#include <ZelIMP.hpp>
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <numeric>
 
+#include "checked/support.hpp"
 #include "support/guarded_buffer.hpp"
 #include "support/punched_line.hpp"
 
@@ -16,8 +15,6 @@ using namespace zel::test;
 using zelimp::HoleReason;
 using zelimp::Status;
 
-std::span<const std::byte> input(std::span<const std::uint8_t> file) { return std::as_bytes(file); }
-
 TEST(Holes, read_as_the_flat_call_reads_and_tell_where) {
   for (const int kind : {0, 1, 2, 3}) {
     const Bytes front = PunchedLine{.digits = "0123456789", .top_down = kind % 2 != 0}.file();
@@ -25,7 +22,7 @@ TEST(Holes, read_as_the_flat_call_reads_and_tell_where) {
     Bytes front_copy = front, rear_copy = rear;
     char result[272];
     const int status = ZelIMPValidateMH(front_copy.data(), rear_copy.data(), result);
-    const auto holes = zelimp::read_micro_holes(input(front), input(rear).subspan(14));
+    const auto holes = zelimp::read_micro_holes(as_input(front), as_input(rear).subspan(14));
     EXPECT_EQ(std::to_string(holes.status) + holes.text, std::to_string(status) + result);
     EXPECT_EQ(holes.rear.reason, HoleReason::unmatched);
     EXPECT_EQ(holes.rear.zone.top, 620u - 195 - 85 + (kind > 1 ? 1 : 0));
@@ -49,22 +46,19 @@ TEST(Holes, tell_why_nothing_was_read) {
     Bytes file = PunchedLine{.digits = ""}.file();
     for (int k = 0; k < 10 * rows; ++k)
       std::fill_n(&file[1078u + (210 + k / 10) * 1400 + 300 + k % 10 * 20], 6, 40 + k % 60);
-    EXPECT_EQ(zelimp::read_micro_holes(input(file), {}).front.reason, reason) << rows;
+    EXPECT_EQ(zelimp::read_micro_holes(as_input(file), {}).front.reason, reason) << rows;
   }
   EXPECT_EQ(zelimp::read_micro_holes({}, {}).front.reason, HoleReason::no_image);
 }
 
 TEST(Holes, refuse_what_does_not_fit_together) {
   const Bytes file = PunchedLine{}.file();
-  const auto status = [](const Bytes& bytes, zelimp::HoleZone zone = zelimp::kValidateZone,
-                         std::uint64_t pixels = 1u << 28) {
+  const auto status = [](const Bytes& bytes, const zelimp::HoleZone& zone = zelimp::kValidateZone,
+                         const zelimp::Limits& limits = {}) {
     const GuardedBuffer buffer(bytes.size(), Guard::behind);
     std::ranges::copy(bytes, buffer.data());
-    try {
-      return zelimp::read_micro_holes({}, input(buffer.bytes()), zone, {.max_pixels = pixels}), Status{0};
-    } catch (const zelimp::Error& error) {
-      return error.status();
-    }
+    const auto read = [&] { zelimp::read_micro_holes({}, as_input(buffer.bytes()), zone, limits); };
+    return refusal(read).status();
   };
   for (const std::size_t length : {1, 15, 53, 1077, 869077}) {
     EXPECT_EQ(status({file.begin(), file.begin() + length}), Status::not_loaded) << length;
@@ -79,7 +73,9 @@ TEST(Holes, refuse_what_does_not_fit_together) {
     EXPECT_EQ(status(file, {166, bottom, 540, 85}), Status::bad_argument);
   }
   EXPECT_EQ(status(file, {166, 195, 0, 85}), Status::bad_argument);
-  EXPECT_EQ(status(file, zelimp::kValidateZone, 1400 * 620 - 1), Status::over_limit);
+  for (const zelimp::Limits& below : {zelimp::Limits{file.size() - 1}, zelimp::Limits{.max_pixels = 1400 * 620 - 1}}) {
+    EXPECT_EQ(status(file, zelimp::kValidateZone, below), Status::over_limit);
+  }
 }
 
 }  // namespace

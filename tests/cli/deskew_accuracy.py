@@ -1,20 +1,19 @@
 #!/usr/bin/env python3
 # How straight the tool makes pages that passed the device askew: simulated scans of real and of specimen pages, and a
-# line fitted to the borders of what comes out. ZELIMP names the program file, ZELIMP_SHARED the folder of real scans.
+# line fitted to the borders of what comes out. ZELIMP_SHARED names the folder of real scans.
 
 import itertools
 import math
 import os
 import pathlib
 import statistics
-import subprocess
-import tempfile
 import unittest
 
 from PIL import Image, ImageOps
 
-TOOL = os.environ.get("ZELIMP", "zelimp")
-SPECIMENS = sorted((pathlib.Path(__file__).resolve().parents[2] / "examples").glob("letter*.png"))
+from tool_test import EXAMPLES, ToolTest
+
+SPECIMENS = sorted(EXAMPLES.glob("letter*.png"))
 SCANS = pathlib.Path(os.environ.get("ZELIMP_SHARED", "")) / "scans"
 REAL = sorted([*SCANS.glob("bookpage*"), *SCANS.glob("receipt*")])
 PAPER = 40  # nearly all of a page's border is lighter, and the bed darker
@@ -33,13 +32,10 @@ def border_angles(image):
         yield sign * math.degrees(math.atan(statistics.linear_regression(*zip(*near)).slope))
 
 
-class DeskewAccuracyTest(unittest.TestCase):
+class DeskewAccuracyTest(ToolTest):
     def setUp(self):
-        self.dir = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
+        super().setUp()
         self.pages = [ImageOps.contain(Image.open(path).convert("L"), (2000, 1200)) for path in SPECIMENS + REAL]
-
-    def tool(self, command):
-        subprocess.run([TOOL, *command.split()], check=True, stdout=subprocess.DEVNULL, cwd=self.dir, timeout=60)
 
     def scan(self, front, rear, skew):
         front.save(self.dir / "front.pnm")
@@ -49,7 +45,7 @@ class DeskewAccuracyTest(unittest.TestCase):
 
     def processed(self, how=""):
         self.tool(f"process scan.tif -o out.tif --force --format tiff {how}")
-        return Image.open(self.dir / "out.tif").copy()
+        return self.picture("out.tif")
 
     def test_the_fit_sees_angles(self):
         for skew in (-3, 0, 0.2, 8):

@@ -5,12 +5,10 @@
 
 #include <ZelIMP/holes.hpp>
 #include <cmath>
-#include <cstdlib>
-#include <exception>
 #include <iomanip>
-#include <iostream>
 #include <random>
 
+#include "accuracy.hpp"
 #include "bitmap.hpp"
 #include "micro_holes.hpp"
 
@@ -35,31 +33,22 @@ struct Counts {
 };
 
 std::vector<Set> all_sets() {
-  constexpr double kPlain = 0.99;
-  constexpr double kScattered = 0.95;
+  constexpr double kPlain = 0.99, kScattered = 0.95;
+  constexpr std::pair<std::uint8_t, std::uint8_t> kLevels[] = {{220, 20}, {220, 90}, {180, 100}};
   std::vector<Set> sets;
-  struct Levels {
-    std::uint8_t paper, hole;
-  };
-  for (const Levels levels : {Levels{220, 20}, Levels{220, 90}, Levels{180, 100}}) {
+  for (const auto& [paper, hole] : kLevels) {
     for (const std::uint32_t noise : {0u, 10u, 20u, 40u}) {
-      HoleSettings settings{.paper = levels.paper, .paper_noise = noise, .hole = levels.hole};
-      const bool nominal = levels.hole == 20 && noise == 10;
       const std::string name =
-          std::to_string(levels.paper) + " / " + std::to_string(levels.hole) + ", noise " + std::to_string(noise);
-      sets.push_back({name, settings, kPlain, nominal});
+          std::to_string(paper) + " / " + std::to_string(hole) + ", noise " + std::to_string(noise);
+      const bool nominal = hole == 20 && noise == 10;
+      sets.push_back({name, {.paper = paper, .paper_noise = noise, .hole = hole}, kPlain, nominal});
     }
   }
-  const auto harder = [](auto HoleSettings::*field, auto value) {
-    HoleSettings settings{.paper_noise = 10};
-    settings.*field = value;
-    return settings;
-  };
-  sets.push_back({"220 / 20, noise 10, jitter 0.5", harder(&HoleSettings::jitter, 0.5), kScattered});
-  sets.push_back({"220 / 20, noise 10, jitter 1", harder(&HoleSettings::jitter, 1.0), kScattered});
-  sets.push_back({"220 / 20, noise 10, jitter 2", harder(&HoleSettings::jitter, 2.0)});
-  sets.push_back({"220 / 20, noise 10, one hole missing", harder(&HoleSettings::missing, 1u)});
-  sets.push_back({"220 / 20, noise 10, one hole too many", harder(&HoleSettings::extra, 1u)});
+  sets.push_back({"220 / 20, noise 10, jitter 0.5", {.paper_noise = 10, .jitter = 0.5}, kScattered});
+  sets.push_back({"220 / 20, noise 10, jitter 1", {.paper_noise = 10, .jitter = 1}, kScattered});
+  sets.push_back({"220 / 20, noise 10, jitter 2", {.paper_noise = 10, .jitter = 2}});
+  sets.push_back({"220 / 20, noise 10, one hole missing", {.paper_noise = 10, .missing = 1}});
+  sets.push_back({"220 / 20, noise 10, one hole too many", {.paper_noise = 10, .extra = 1}});
   return sets;
 }
 
@@ -105,10 +94,6 @@ Counts measure(const std::array<tool::Picture, 2>& document, const Set& set, std
   return counts;
 }
 
-bool meets(const Set& set, const Counts& counts) {
-  return counts.right_lines >= set.least_lines * counts.lines && (!set.no_misread || counts.misread == 0);
-}
-
 int run(const std::string& front, const std::string& rear, std::uint32_t lines) {
   const std::array<tool::Picture, 2> document{tool::read_picture(front, false), tool::read_picture(rear, false)};
   std::cout
@@ -121,9 +106,9 @@ int run(const std::string& front, const std::string& rear, std::uint32_t lines) 
     std::cout << "| " << set.name << " | " << counts.right_lines << " of " << counts.lines << " | "
               << percent(counts.right) << " % | " << percent(counts.misread) << " % | " << percent(counts.unread())
               << " % |" << std::endl;
-    if (meets(set, counts)) continue;
-    all_met = false;
-    std::cerr << set.name << ": fewer lines are right than required, or a digit is wrong\n";
+    const bool met = counts.right_lines >= set.least_lines * counts.lines && (!set.no_misread || counts.misread == 0);
+    all_met = all_met && met;
+    if (!met) std::cerr << set.name << ": fewer lines are right than required, or a digit is wrong\n";
   }
   return all_met ? 0 : 1;
 }
@@ -131,15 +116,6 @@ int run(const std::string& front, const std::string& rear, std::uint32_t lines) 
 }  // namespace
 
 int main(int argc, char** argv) {
-  const int lines = argc == 4 ? std::atoi(argv[3]) : 200;
-  if (argc < 3 || argc > 4 || lines < 1) {
-    std::cerr << "usage: holes_accuracy FRONT REAR [LINES]\n";
-    return 2;
-  }
-  try {
-    return run(argv[1], argv[2], static_cast<std::uint32_t>(lines));
-  } catch (const std::exception& error) {
-    std::cerr << error.what() << "\n";
-    return 2;
-  }
+  return run_with_number(argc, argv, 2, 200, "holes_accuracy FRONT REAR [LINES]",
+                         [=](std::uint32_t lines) { return run(argv[1], argv[2], lines); });
 }

@@ -1,32 +1,27 @@
 #!/usr/bin/env python3
-# Banknotes from end to end: drawn by note, trained and read by banknote. ZELIMP names the tool's program file.
+# Banknotes from end to end: drawn by note, trained and read by banknote.
 
-import json
-import pathlib
-import subprocess
-import tempfile
 import unittest
 
-import test_cli
 from PIL import Image, ImageChops
 
+from tool_test import NOTHING_READ, ToolTest
+
 PLACES = "# two only\n0 -842 -84 66 62\r\n1 38 -84 66 62 # from the top\r\n\r\n" + 4 * "0 -9 1 9 9\n" + "0 -9 1 9 9"
-REFUSALS = (  # exit code, command, and what stands for {} in it, one after the other
+REFUSALS = (
     (1, "banknote {}", "2.png --font text, 2.png --font f --locations text, text --font f"),
     (2, "banknote {}", ", 2.png, --font f, train 2.png -o x, - - --font f, s.png --font f, 2.png --font f --overlay -, "
         "2.png --font - --locations -, train - --font - --value 2 -o x, --font f train 2.png --value 2 -o x"),
     (2, "banknote train 2.png -o x {}", "--value 3, --class 7, --value 2 --class 1, --value 2 --margin 31"),
-    (2, "banknote train 2.png --value 2 -o x --region {}", "38;300;66, 38;323;66;62, -65;300;66;62, 010;300;66;62, "
-        "38;300;66;62 --locations places"), (2, "note {} -o x", "3, 2 --turn nan"),
+    (2, "banknote train 2.png --value 2 -o x --region {}", "38,300,66, 38,323,66,62, -65,300,66,62, 010,300,66,62, "
+        "38,300,66,62 --locations places"), (2, "note {} -o x", "3, 2 --turn nan"),
     (2, "banknote train --value 20 -o x {}", "s.png, 20.png s.png, 20.png --locations places"),
-    (6, "banknote train s.png --class 1 -o x {}", "--region 0;0;20000;300 --margin 100"))
+    (6, "banknote train s.png --class 1 -o x {}", "--region 0,0,20000,300 --margin 100"))
 
 
-class BanknoteTest(unittest.TestCase):
-    tool, files = test_cli.CliTest.tool, test_cli.CliTest.files
-
+class BanknoteTest(ToolTest):
     def setUp(self):
-        self.dir = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
+        super().setUp()
         for value in (2, 5, 20):
             self.tool(f"note {value} -o {value}.png")
             self.tool(f"note {value} -o worn.png --noise 15 --shift 2,-1 --wear 2 --force")
@@ -34,18 +29,15 @@ class BanknoteTest(unittest.TestCase):
         self.tool("note 2 -o no.png --no-figure")
         (self.dir / "places").write_text(PLACES)
 
-    def read(self, how, code=0):
-        done = subprocess.run([test_cli.TOOL, "banknote", *how.split(), *"--font f --json --overlay o --force".split()],
-                              capture_output=True, cwd=self.dir)
-        self.assertEqual(done.returncode, code, done.stderr)
-        read = json.loads(done.stdout)
+    def recognise(self, how, code=0):
+        read = self.told(f"banknote {how} --font f --overlay o --force", code=code)
         return (read["value"], read["image"], read["orientation"]), read["matches"]
 
     def test_value_face_and_orientation(self):
         for value, how, turned in ((2, "", "upright"), (5, "--half-turn", "turned"), (20, "--shift 3,-3", "upright")):
             self.tool(f"note {value} -o n.png --rear m.png --contrast 70 --noise 15 --force {how}")
             for pair, image in (("n.png m.png", "first"), ("m.png n.png", "second"), ("n.png", "first")):
-                found, matches = self.read(f"{pair} --all-classes")
+                found, matches = self.recognise(f"{pair} --all-classes")
                 self.assertEqual(found, (value, image, turned), how)
                 left, top, width, height = place = tuple(matches[0]["place"].values())
                 figure = Image.open(self.dir / "o").convert("L").crop((left, top, left + width, top + height))
@@ -57,27 +49,25 @@ class BanknoteTest(unittest.TestCase):
 
     def test_classes_codes_and_refusals(self):
         for how in ("", "--locations places"):
-            self.assertEqual([self.read(f"20.png {how}", 8)[0][0], self.read(f"2.png {how}")[0][0]], [None, 2])
-        matches = self.read("no.png --all-classes", 8)[1]
+            self.assertEqual([self.recognise(f"20.png {how}", NOTHING_READ)[0][0], self.recognise(f"2.png {how}")[0][0]], [None, 2])
+        matches = self.recognise("no.png --all-classes", NOTHING_READ)[1]
         self.assertEqual([one["score"] - one["disagreeing"] * 1000 // one["limit"] for one in matches], 6 * [0])
         Image.open(self.dir / "no.png").crop((0, 0, 200, 384)).save(self.dir / "narrow.png")
-        left, top, *_ = self.read("narrow.png", 8)[1][0]["place"].values()
+        left, top, *_ = self.recognise("narrow.png", NOTHING_READ)[1][0]["place"].values()
         seen = Image.open(self.dir / "o")  # only class 1 is enabled: of the edge of class 0 at 38, 100 nothing
         self.assertEqual((seen.getpixel((left, top)), len({*seen.getpixel((38, 100))})), ((240, 140, 0), 1))
         self.assertLess(seen.convert("L").crop((400, 384, *seen.size)).getextrema()[0], 100)  # the caption goes on
         self.assertRegex(self.tool("banknote 2.png --font f --all-classes").stdout, rb"\Avalue: 2\nimage: first, "
                          rb"upright\ntemplate: value 2, code 1, score .*\n(  then value (5|20), .*\n){2}\Z")
         self.tool("banknote train worn.png --class 1 --margin 3 --font f -o g")
-        fonts = json.loads(self.tool("font list g --json").stdout)["templates"]
+        fonts = self.told("font list g")["templates"]
         self.assertEqual([(one["code"], one["width"]) for one in fonts], [(1, 58), (2, 106), (4, 132), (17, 60)])
         (self.dir / "text").write_text("1 2 3\n")
         Image.new("L", (20000, 300), 9).save(self.dir / "s.png")
         for row in ("2 1 1 9 9", "0 1 1 9", "0 1 1 9 9 9", "0 1 1 0 9", "0 1 100001 9 9", PLACES):
             (self.dir / "bad").write_text(PLACES.replace("0 -842 -84 66 62", row))
             self.tool("banknote 2.png --font f --locations bad", code=1)
-        for code, form, values in REFUSALS:
-            for value in values.split(", "):
-                self.tool(form.format(value.replace(";", ",")), code=code)
+        self.assert_refused(REFUSALS)
 
     def test_training(self):
         self.tool("note 2 -o off.png --shift 4,-4 --noise 40")

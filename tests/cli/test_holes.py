@@ -1,32 +1,23 @@
 #!/usr/bin/env python3
-# Micro-holes from end to end: punched by simulate, scanned, processed and read. ZELIMP names the tool's program file.
+# Micro-holes from end to end: punched by simulate, scanned, processed and read.
 
-import json
-import pathlib
-import subprocess
-import tempfile
 import unittest
 
-import test_cli
 from PIL import Image
 
-FACES = " ".join(f"{pathlib.Path(__file__).resolve().parents[2]}/examples/cheque_{f}.png" for f in ("front", "rear"))
-REFUSALS = (  # exit code, command, and what stands for {} in it, one after the other
+from tool_test import EXAMPLES, NOTHING_READ, ToolTest
+
+REFUSALS = (
     (1, "holes {}", "cut.bmp, text"), (3, "holes {}", "colour.bmp"), (5, "holes {}", "x, front.bmp --overlay text"),
     (2, "holes {}", "small.pnm, front.bmp small.pnm, - -, front.bmp --overlay -"),
     (2, "holes front.bmp --zone {}", "1,2,3, 909,0,540,85, 166,195,540,85 --decode-zone"),
     (2, "simulate {} -o x", "small.pnm small.pnm --micro-holes 123, a b --micro-holes 12a, a b --hole-level 9"))
 
 
-class HolesTest(unittest.TestCase):
-    tool, files = test_cli.CliTest.tool, test_cli.CliTest.files
-
-    def setUp(self):
-        self.dir = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
-
+class HolesTest(ToolTest):
     # Makes front.bmp and rear.bmp; returns the zone of the front face.
     def scan(self, digits, how=""):
-        self.tool(f"simulate {FACES} -o raw.tif --lag 8 --force --micro-holes {digits} {how}")
+        self.tool(f"simulate {EXAMPLES}/cheque_front.png {EXAMPLES}/cheque_rear.png -o raw.tif --lag 8 --force --micro-holes {digits} {how}")
         for face in ("front", "rear"):
             self.tool(f"process --raw raw.tif --lag 8 -o {face}.bmp --format bmp --side {face} --force")
         front = Image.open(self.dir / "front.bmp")
@@ -52,7 +43,7 @@ class HolesTest(unittest.TestCase):
 
     def test_json_and_overlay(self):
         self.scan("40712356")
-        read = json.loads(self.tool("holes front.bmp rear.bmp --json --overlay both.png").stdout)
+        read = self.told("holes front.bmp rear.bmp --overlay both.png")
         for four, *others in (face["characters"] for face in reversed(read.pop("faces"))):
             steps = [round((other["box"]["left"] - four["box"]["left"]) / 5) for other in others]
             self.assertEqual((four["differing_cells"], steps), ([], [*range(10, 80, 10)]))
@@ -64,17 +55,14 @@ class HolesTest(unittest.TestCase):
 
     def test_refusals_and_reasons(self):
         for digits, code, reason in (("4071235", 0, None), ("4071235 --missing-holes 3", 0, "unmatched"),
-                                     ("417", 8, "no_box"), ("1", 8, "no_ink")):
+                                     ("417", NOTHING_READ, "no_box"), ("1", NOTHING_READ, "no_ink")):
             self.scan(digits)
-            done = subprocess.run([test_cli.TOOL, "holes", "front.bmp", "--json"], capture_output=True, cwd=self.dir)
-            self.assertEqual((done.returncode, json.loads(done.stdout)["faces"][0]["reason"]), (code, reason))
-        (self.dir / "cut.bmp").write_bytes((self.dir / "front.bmp").read_bytes()[:-1])
+            self.assertEqual(self.told("holes front.bmp", code=code)["faces"][0]["reason"], reason)
+        (self.dir / "cut.bmp").write_bytes(self.read("front.bmp")[:-1])
         (self.dir / "text").write_bytes(b"Dear reader,\n")
         Image.new("RGB", (1448, 668)).save(self.dir / "colour.bmp")
         Image.new("L", (600, 270), 220).save(self.dir / "small.pnm")
-        for code, form, values in REFUSALS:
-            for value in values.split(", "):
-                self.tool(form.format(value), code=code)
+        self.assert_refused(REFUSALS)
 
 
 if __name__ == "__main__":

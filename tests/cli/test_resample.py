@@ -1,17 +1,15 @@
 #!/usr/bin/env python3
-# The resample command, as test_cli.py tests the others. Pillow makes and reads the files, a literal model the pixels.
+# The resample command. Pillow makes and reads the files, a literal model the pixels.
 
-import pathlib
 import re
-import tempfile
 import unittest
 import xml.etree.ElementTree
 
 from PIL import Image, ImageChops, ImageDraw, ImageStat
 
-import test_cli
+from tool_test import EXAMPLES, ToolTest, noise, sheet
 
-DRAWING = pathlib.Path(__file__).resolve().parents[2] / "docs/images/filters.svg"
+DRAWING = EXAMPLES.parent / "docs/images/filters.svg"
 
 # Exit code, what follows "resample in.png ", and a part of the sentence.
 REFUSALS = (
@@ -47,13 +45,7 @@ def model(image, ratio, weight=lambda a: max(1 - a, 0), radius=1):
     return Image.merge(image.mode, [Image.frombytes("L", size, bytes(sum(rows, []))) for rows in made])
 
 
-class ResampleTest(unittest.TestCase):
-    tool, files, read, picture, assert_picture = (
-        vars(test_cli.CliTest)[name] for name in ("tool", "files", "read", "picture", "assert_picture"))
-
-    def setUp(self):
-        self.dir = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
-
+class ResampleTest(ToolTest):
     # Makes in.png of the image; returns out.
     def result(self, image, how, out="out.png"):
         image.save(self.dir / "in.png")
@@ -61,7 +53,7 @@ class ResampleTest(unittest.TestCase):
         return self.picture(out)
 
     def test_pixels(self):
-        kinds = [test_cli.noise((37, 23), mode, 1) for mode in ("L", "RGB")]
+        kinds = [noise((37, 23), mode, 1) for mode in ("L", "RGB")]
         kinds += [kinds[0].convert("1"), kinds[0].convert("P"), kinds[1].quantize(9), kinds[1].convert("RGBA")]
         for image, mode in zip(kinds, ("L", "RGB", "L", "L", "RGB", "RGB")):
             for to, how, *filter in ((200, ""), (720, "--filter quadratic", quadratic, 1.5)):
@@ -77,7 +69,7 @@ class ResampleTest(unittest.TestCase):
                  ({"dpi": (300, 200)}, "--from 100 --to 67", 0.67, [201, 134]), ({}, "--from 9.5 --to 19", 2, [19, 19]))
         for mode, (tags, how, ratio, dpi) in ((m, c) for m in ("L", "RGB") for c in cases):
             for source in ("png", "tif", "jpg", "bmp")[:4 if tags else 3]:  # Pillow's bitmaps have a resolution always
-                test_cli.sheet(mode, (60, 40), 1).save(self.dir / f"in.{source}", **tags)
+                sheet(mode, (60, 40), 1).save(self.dir / f"in.{source}", **tags)
                 right = model(self.picture(f"in.{source}"), ratio)
                 for target in ("PNG", "tif", "tiff", "jpg", "jpeg", "bmp"):
                     self.tool(f"resample in.{source} -o out.{target} --force {how}")
@@ -110,7 +102,7 @@ class ResampleTest(unittest.TestCase):
 
     def test_refusals(self):
         for code, command, words, *how in REFUSALS:
-            test_cli.noise((30, 1), "RGBA" if "only" in words else "L", 5).save(self.dir / "in.png", **dict(*how))
+            noise((30, 1), "RGBA" if "only" in words else "L", 5).save(self.dir / "in.png", **dict(*how))
             self.assertIn(words, self.tool(f"resample in.png {command}", code=code).stderr.decode(), command)
 
 

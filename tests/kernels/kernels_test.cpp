@@ -36,27 +36,31 @@ namespace {
 
 using testing::AssertionResult;
 
-bool runs_here(const auto& variant) {
-  const bool runs = cpu_has(variant.isa);
-  if (!runs) std::cout << "[  SKIPPED ] " << variant.name << ": this CPU cannot run it\n";
-  return runs;
+// Calls check(run) for every variant, which tells a failure. No function may stand for two variants.
+void for_each_variant(const auto& variants, auto check) {
+  for (const auto& variant : variants) {
+    ASSERT_EQ(std::ranges::count_if(variants, [&](auto& other) { return other.run == variant.run; }), 1);
+    SCOPED_TRACE(variant.name);
+    if (cpu_has(variant.isa))
+      check(variant.run);
+    else
+      std::cout << "[  SKIPPED ] " << variant.name << ": this CPU cannot run it\n";
+  }
 }
 
 // Calls check(run, shape, random) for every variant: rounds times with each width up to 70 at either guard page, and
-// with widths beyond any block that a kernel works in. No function may stand for two variants.
+// with widths beyond any block that a kernel works in.
 void for_all(const auto& variants, int rounds, auto check) {
-  for (const auto& variant : variants) {
-    ASSERT_EQ(std::ranges::count_if(variants, [&](auto& other) { return other.run == variant.run; }), 1);
-    if (!runs_here(variant)) continue;
+  for_each_variant(variants, [&](auto run) {
     Random random(1);
     for (std::size_t k = 0; k < static_cast<std::size_t>(rounds) * 142; ++k) {
       const std::size_t width = k % 142 / 2, height = 1 + random.below(random.below(8) == 0 ? 200 : 30);
       Shape s = {width, height, random.below(14), k % 2 == 0 ? Guard::behind : Guard::before};
       if (width == 0)
         s = {1 + random.below(300) + (k % 284 == 0 ? 8000 : 0), 1 + random.below(60), random.below(3), s.guard};
-      ASSERT_TRUE(check(variant.run, s, random)) << variant.name << ", " << s.width << " x " << s.height;
+      ASSERT_TRUE(check(run, s, random)) << s.width << " x " << s.height;
     }
-  }
+  });
 }
 
 // Both channels side by side in one destination. run(raw, a, b, lag, mirror_a)
@@ -94,9 +98,8 @@ TEST(Kernels, deinterleave) {
 using Levels = std::vector<std::uint16_t>;
 
 AssertionResult corrects(auto run, const GuardedImage& image, const Levels& white, const Levels& black) {
-  const std::vector<std::uint8_t> before(image.bytes().begin(), image.bytes().end());
   const auto model = [&](std::size_t r, std::size_t c) {
-    const int above = before[r * image.view.stride() + c] - black[c];
+    const int above = image.at(r, c) - black[c];
     if (above <= 0) return 0;
     return black[c] >= white[c] ? above : std::min(above * 255 / (white[c] - black[c]), 255);
   };
@@ -111,16 +114,15 @@ TEST(Kernels, flat_field) {
     return corrects(run, GuardedImage(s.width, s.height, s, &random), white, black);
   });
   // All quotients there can be, above a black level of 0, and all samples with all pairs of levels up to 257.
-  for (const auto& variant : kern::kFlatField) {
-    if (!runs_here(variant)) continue;
+  for_each_variant(kern::kFlatField, [](auto run) {
     for (std::uint16_t level = 0; level < 258; ++level) {
       const GuardedImage image(level == 0 ? 65536 : 258, 256, {0, 0, 0, Guard::behind});
       Levels white(image.view.width());
       std::iota(white.begin(), white.end(), std::uint16_t{0});
       for (std::size_t r = 0; r < 256; ++r) std::ranges::fill(image.view.row(r), static_cast<std::uint8_t>(r));
-      ASSERT_TRUE(corrects(variant.run, image, white, Levels(white.size(), level))) << variant.name << ' ' << level;
+      ASSERT_TRUE(corrects(run, image, white, Levels(white.size(), level))) << level;
     }
-  }
+  });
 }
 
 // The sums themselves are compared with their single steps elsewhere; here, all variants with the reference, and rows
@@ -139,9 +141,8 @@ TEST(Kernels, box_threshold) {
     };
     threshold(kern::box_threshold_scalar, packed, want.view, want_sums);
     const auto model = [&](std::size_t r, std::size_t c) {
-      const std::size_t left =
-          s.width * s.height - r * s.width - c;  // the last pixel is kept unless it is the only one
-      return left == 1 && r + c > 0 ? kKept : want.at(r, c);
+      const bool is_last = r + 1 == s.height && c + 1 == s.width;  // which is kept unless it is the only one
+      return is_last && r + c > 0 ? kKept : want.at(r, c);
     };
     auto result = writes(s.width, s.height, s, model, [&](MutableView dst) { threshold(run, src, dst, sums); });
     if (result) result = AssertionResult(std::ranges::equal(sums.bytes(), want_sums.bytes()));
@@ -207,24 +208,23 @@ TEST(Kernels, histogram_and_ink) {
     run(src.view, counts);
     return AssertionResult(counts == model);
   });
-  const auto dark = [](const GuardedImage& src, std::size_t c, std::size_t rows, int threshold) {
-    std::size_t n = 0;
-    for (std::size_t r = 0; r < rows; ++r) n += src.at(r, c) < threshold;
-    return n > 1;
-  };
-  for_all(kern::kInkColumns, 3, [&](auto run, const Shape& s, Random& random) {
+  for_all(kern::kInkColumns, 3, [](auto run, const Shape& s, Random& random) {
     const GuardedImage src(s.width, s.height, s, &random);
     const int threshold = std::array{INT_MIN, 0, 1, 255, 256, INT_MAX, 9, 30, 100}[random.below(9)];
     const std::size_t rows = random.below(4) == 0 ? 0 : s.height;
-    const auto model = [&](std::size_t, std::size_t c) { return dark(src, c, rows, threshold); };
+    const auto model = [&](std::size_t, std::size_t c) {
+      std::size_t dark = 0;
+      for (std::size_t r = 0; r < rows; ++r) dark += src.at(r, c) < threshold;
+      return dark > 1;
+    };
     return writes(s.width, 1, s, model,
                   [&](auto dst) { run(src.view.part(0, 0, rows, s.width), threshold, dst.row(0)); });
   });
-  for_all(kern::kInkRow, 9, [&](auto run, const Shape& s, Random& random) {
+  for_all(kern::kInkRow, 9, [](auto run, const Shape& s, Random& random) {
     const GuardedImage src(s.width, 1, s, &random);
-    const int threshold = std::array{INT_MIN, 0, 1, 2, 256, 1000}[random.below(6)], other = int(random.below(20));
-    const auto n = std::ranges::count_if(src.view.row(0), [=](int p) { return p < threshold + other; });
-    return AssertionResult(run(src.view.row(0), threshold + other) == (n > 1));
+    const int threshold = std::array{INT_MIN, 0, 1, 2, 256, 1000}[random.below(6)] + int(random.below(20));
+    const auto n = std::ranges::count_if(src.view.row(0), [=](int p) { return p < threshold; });
+    return AssertionResult(run(src.view.row(0), threshold) == (n > 1));
   });
 }
 
@@ -253,11 +253,10 @@ TEST(Kernels, half_turn) {
     const std::size_t samples = 1 + 2 * random.below(2);
     const std::size_t part = s.width * samples, last = part + s.gap;
     const GuardedImage row(last + part, 1, s, &random);
-    const std::vector<std::uint8_t> before(row.bytes().begin(), row.bytes().end());
-    const auto model = [&](std::size_t, std::size_t c) -> int {
+    const auto model = [&](std::size_t, std::size_t c) {
       if (c >= part && c < last) return kKept;
-      const std::size_t pixel = (c < part ? c : c - last) / samples;
-      return before[(c < part ? last : 0) + (s.width - 1 - pixel) * samples + (c < part ? c : c - last) % samples];
+      const std::size_t at = c < part ? c : c - last, other = c < part ? last : 0;
+      return row.at(0, other + (s.width - 1 - at / samples) * samples + at % samples);
     };
     return changes(row, model, [&] { run(row.bytes().first(part), row.bytes().last(part), samples); });
   });
@@ -448,15 +447,14 @@ TEST(Kernels, resample) {
            << "to " << width << " x " << height << ", " << samples << " samples, radius " << filter.radius << ", ";
   });
   // The average of equal samples is not one less, whatever their number.
-  for (const auto& variant : kern::kResample) {
-    if (!runs_here(variant)) continue;
+  for_each_variant(kern::kResample, [](auto run) {
     for (std::size_t n = 1; n < 500; ++n) {
       const std::vector<std::uint8_t> row(n, 255);
       std::uint8_t average = 0;
-      variant.run({row.data(), n, 1}, {&average, 1, 1}, 1, kFilters[0]);
-      ASSERT_EQ(average, 255) << variant.name << ", " << n << " samples";
+      run({row.data(), n, 1}, {&average, 1, 1}, 1, kFilters[0]);
+      ASSERT_EQ(average, 255) << n << " samples";
     }
-  }
+  });
 }
 
 TEST(Kernels, template_match) {

@@ -18,8 +18,7 @@ struct DibHeader {
 
 // pixels: the rows with their padding, as they lie.
 inline Bytes dib(const DibHeader& h, const Bytes& pixels = {}) {
-  const Bytes size = h.bytes == 40 ? numbers({unsigned(h.width), unsigned(h.height)}, 4)
-                                   : numbers({unsigned(h.width), unsigned(h.height)}, 2);
+  const Bytes size = numbers({unsigned(h.width), unsigned(h.height)}, h.bytes == 40 ? 4 : 2);
   Bytes out = longs({unsigned(h.bytes)});
   append(out, size, shorts({1, unsigned(h.bits)}));
   if (h.bytes == 40) append(out, longs({unsigned(h.compression), unsigned(h.image_bytes), 0, 0, unsigned(h.used), 0}));

@@ -33,17 +33,19 @@ struct GuardedImage {
 
 inline constexpr int kKept = -1;  // what a model says of a byte that must stay as it was
 
-// Whether run() leaves model(r, c) in every sample of the image and touches no byte between the rows.
+// Whether run() leaves in every sample of the image what model(r, c) tells before it, and touches no byte between rows.
 testing::AssertionResult changes(const GuardedImage& image, auto model, auto run) {
-  const std::vector<std::uint8_t> before(image.bytes().begin(), image.bytes().end());
-  run();
-  for (std::size_t i = 0; i < before.size(); ++i) {
+  std::vector<int> wanted(image.bytes().begin(), image.bytes().end());
+  for (std::size_t i = 0; i < wanted.size(); ++i) {
     const std::size_t r = i / image.view.stride(), c = i % image.view.stride();
-    const int wanted = c < image.view.width() ? model(r, c) : kKept;
-    if (image.bytes()[i] == (wanted == kKept ? before[i] : wanted)) continue;
-    return testing::AssertionFailure() << "row " << r << ", column " << c << " is not " << wanted << ": ";
+    const int level = c < image.view.width() ? model(r, c) : kKept;
+    if (level != kKept) wanted[i] = level;
   }
-  return testing::AssertionSuccess();
+  run();
+  const std::size_t i = static_cast<std::size_t>(std::ranges::mismatch(wanted, image.bytes()).in1 - wanted.begin());
+  if (i == wanted.size()) return testing::AssertionSuccess();
+  return testing::AssertionFailure() << "row " << i / image.view.stride() << ", column " << i % image.view.stride()
+                                     << " is not " << wanted[i] << ": ";
 }
 
 // The same for a destination that run(dst) fills, with anything in it before.

@@ -79,7 +79,7 @@ Told string_of(Page page) {
 
 TEST(ImagBox, string_without_last_column_and_row) {
   ImageBox_Init(3);
-  MINCHAR_HEIGHT = 8, MAXCHAR_HEIGHT = 12, CHAR_DENSITY = 25;
+  MINCHAR_HEIGHT = MAXCHAR_HEIGHT = 9, CHAR_DENSITY = 25;
   Page page(100, 30);
   EXPECT_EQ(string_of(page), Told());
   page.fill(30, 60, 10, 20, 40), page.fill(31, 60, 12, 20, 41);
@@ -89,10 +89,16 @@ TEST(ImagBox, string_without_last_column_and_row) {
     page.fill(50, 66, 2, 30, dirt);
     EXPECT_EQ(string_of(page), (Told{19, 9, 40}));
   }
-  page.fill(50, 66, 2, 30, 52);  // its rows stay, but only the line is ink below 49
+  page.fill(50, 66, 2, 30, 58);  // its rows stay, but only the line is ink below 49
   EXPECT_EQ(string_of(page), (Told{19, 27, 255}));
   page.fill(80, 90, 0, 30, 30);  // no part of the band, which ends 20 columns before the image
   EXPECT_EQ(string_of(page), (Told{59, 9, 40}));
+  // The band begins 20 columns before the first inked one, for which three rows at either edge do not count.
+  for (const auto& [dirty, from, height] : {std::array{2, 19, 9}, {2, 20, 18}, {3, 19, 25}}) {
+    page = Page(100, 30), page.fill(40, 60, 10, 20), page.fill(from, from + 2, 1, 2);
+    for (const int y : {dirty, 29 - dirty}) page.fill(5, 8, y, y + 1);
+    EXPECT_EQ(string_of(page), (Told{19, height, height == 9 ? 0 : 255}));
+  }
   page = Page(19, 30), page.fill(7, 8, 10, 20);
   EXPECT_EQ(string_of(page), (Told{0, 30, 0}));  // a row of one pixel is none, a column of ten is one
   page = Page(19, 30), page.fill(17, 19, 10, 20);
@@ -148,7 +154,8 @@ TEST(ImagBox, rows_of_a_line) {
     return Told{found, top, bottom};
   };
   EXPECT_EQ(rows(0), (Told{0, 0, -9}));
-  page.fill(60, 90, 4, 10), page.fill(60, 90, 20, 32), page.fill(140, 190, 12, 60);  // six rows are too few
+  page.fill(60, 90, 4, 10);                                  // six rows are too few
+  page.fill(138, 140, 20, 32), page.fill(139, 190, 12, 60);  // of these two columns are in the band, and one
   EXPECT_EQ(rows(0), (Told{1, 16, 36}));
   EXPECT_EQ(rows(-9), (Told{1, 16, 36}));
   EXPECT_EQ(rows(22), (Told{1, 19, 35}));  // measured from the row to start from
@@ -156,7 +163,7 @@ TEST(ImagBox, rows_of_a_line) {
   EXPECT_EQ(rows(INT_MAX), (Told{0, INT_MAX, -9}));
   page.fill(60, 90, 32, 60);
   EXPECT_EQ(rows(0), (Told{1, 7, 59}));  // a last run ends in the last row
-  page.fill(60, 90, 0, 60), page.fill(60, 90, 20, 30, 255);
+  page.fill(60, 90, 0, 60), page.fill(60, 190, 20, 30, 255);
   for (const int y : {1, 3, 5, 7}) page.fill(60, 90, y, y + 1, 255);
   EXPECT_EQ(rows(1), (Told{1, 0, 59}));  // the eighth run goes on to the end, whatever is in it
 }

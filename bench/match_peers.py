@@ -3,11 +3,11 @@
 
     bench/match_peers.py LIBRARY
 
-LIBRARY: libZelIMP.so. A template of 60 x 55 pixels lies at 7 x 8 places of a region of 66 x 62. Ours is told with and
-without what is done once for a note of 1400 x 620 pixels: cutting the region out and stretching its contrast. OpenCV is
-given the region, as 8-bit or floating-point pixels. Each row is the least of many times; factors are those of a further
-template that fits. Without OpenCV for this Python (Debian: python3-opencv) there is nothing to compare
-with, and a message says so.
+LIBRARY: libZelIMP.so, as build/release/src has it. A template of 60 x 55 pixels lies at 7 x 8 places of a region of
+66 x 62. Ours is told with and without what is done once for a note of 1400 x 620 pixels: cutting the region out and
+stretching its contrast. OpenCV is given the region, as 8-bit or floating-point pixels. Each row is the least of many
+times; factors are those of a further template that fits. Without OpenCV for this Python (Debian: python3-opencv) there
+is nothing to compare with, and a message says so.
 """
 
 import ctypes

@@ -22,7 +22,7 @@ namespace tool {
 namespace {
 
 [[noreturn]] void fail(const std::string& name, int error) {
-  throw Failure(Exit::file, name + ": " + std::strerror(error));
+  throw Failure(Exit::file, (name.empty() ? "a file without a name" : name) + ": " + std::strerror(error));
 }
 
 class Descriptor {
